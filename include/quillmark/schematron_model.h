@@ -1,0 +1,91 @@
+#pragma once
+// Plain records: a loaded Schematron rule set, and the outcome of a validation
+// (Schematron and XSD alike) with the derived issue severity and result status.
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "quillmark/xml.h"
+
+namespace quillmark {
+
+struct SchematronLet {
+    std::optional<std::string> name;   // without "$"
+    std::optional<std::string> value;  // expression text
+};
+
+struct SchematronAssertion {
+    std::optional<std::string> assertionId;
+    std::string type;  // "assert" or "report"
+    std::optional<std::string> test;
+    std::string message;            // whole text content, unrendered
+    xml::Node messageElement;       // the assert/report element; lives in the schema's document
+    std::optional<std::string> role;
+    std::optional<std::string> flag;
+};
+
+struct SchematronRule {
+    std::optional<std::string> context;
+    std::vector<SchematronLet> lets;
+    std::vector<SchematronAssertion> assertions;
+    std::optional<std::string> ruleId;
+    bool abstract = false;
+};
+
+struct SchematronPattern {
+    std::optional<std::string> patternId;
+    std::optional<std::string> name;
+    std::vector<SchematronRule> rules;
+    std::vector<SchematronLet> lets;
+};
+
+struct SchematronFunction {
+    std::string name;  // with prefix
+    std::vector<std::string> parameters;
+    std::string bodyExpression;
+    std::vector<std::map<std::string, std::string>> variables;  // "name", "select"
+};
+
+struct SchematronSchema {
+    std::vector<SchematronPattern> patterns;
+    std::map<std::string, std::string> namespaces;
+    std::optional<std::string> queryBinding;  // never filled
+    std::vector<SchematronLet> lets;
+    std::vector<SchematronFunction> functions;
+    // Keeps the message elements of the assertions alive.
+    std::shared_ptr<xml::Document> document;
+};
+
+struct QMValidationError {
+    std::string pattern;
+    std::string rule;
+    std::string assertion;
+    std::string assertionId;
+    std::string test;
+    std::string type;
+    std::string role;
+    std::string flag;
+    std::string message;
+    std::string location;
+    std::string schemaTitle;
+
+    // "Error", "Warning" or "Info", derived on every call.
+    std::string severity() const;
+};
+
+struct QMValidationResult {
+    bool valid = false;
+    std::vector<QMValidationError> errors;
+    std::vector<QMValidationError> warnings;  // severities "Warning" and "Info"
+    std::optional<std::vector<std::string>> patterns;
+    std::optional<std::vector<std::string>> schemaFiles;
+
+    // 1 passed, 2 warnings only, 3 errors (0, not validated, is never derived).
+    int64_t status() const;
+};
+
+}  // namespace quillmark

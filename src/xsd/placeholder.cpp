@@ -1,0 +1,1 @@
+// Placeholder: keeps the component's target non-empty until its sources land.
