@@ -1,14 +1,134 @@
-// quillmark eval (placeholder until the evaluator lands).
+// quillmark eval: evaluates an expression, optionally against a document, and prints
+// the value in typed form, one line per value.
 
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
 
 #include "commands.h"
+#include "quillmark/evaluator.h"
+#include "quillmark/xml.h"
 
 namespace quillmark::cli {
+namespace {
+
+struct EvalOptions {
+    std::string contextFile;
+    std::vector<std::string> namespaces;  // PREFIX=URI
+    std::vector<std::string> variables;   // NAME=EXPR
+    bool trace = false;
+    std::string expression;
+};
+
+std::string quoted(const std::string& text) {
+    std::string out = "\"";
+    for (char c : text) {
+        if (c == '"' || c == '\\') out += '\\';
+        if (c == '\n') {
+            out += "\\n";
+            continue;
+        }
+        out += c;
+    }
+    return out + "\"";
+}
+
+std::string nodeLine(xml::Node node) {
+    switch (node.kind()) {
+        case xml::NodeKind::Element: return "element " + node.name();
+        case xml::NodeKind::Attribute: return "attribute " + node.name() + " " + quoted(node.stringValue().value_or(""));
+        case xml::NodeKind::Text: return "text " + quoted(node.stringValue().value_or(""));
+        case xml::NodeKind::Document: return "document";
+        case xml::NodeKind::Comment: return "comment " + quoted(node.stringValue().value_or(""));
+        case xml::NodeKind::ProcessingInstruction: return "processing-instruction " + node.name();
+        case xml::NodeKind::Namespace:
+        case xml::NodeKind::DTD:
+        case xml::NodeKind::Invalid: return "node";
+    }
+    return "node";
+}
+
+void printValue(const Value& value, int indent) {
+    std::string pad(static_cast<size_t>(indent), ' ');
+    switch (value.kind()) {
+        case Value::Kind::Absent: std::cout << pad << "absent\n"; return;
+        case Value::Kind::Null: std::cout << pad << "null\n"; return;
+        case Value::Kind::String: std::cout << pad << "string " << quoted(value.asString()) << '\n'; return;
+        case Value::Kind::Boolean: std::cout << pad << "boolean " << (value.asBoolean() ? "true" : "false") << '\n'; return;
+        case Value::Kind::Integer: std::cout << pad << "integer " << value.asInteger() << '\n'; return;
+        case Value::Kind::Double: std::cout << pad << "double " << formatNumber(value.asDouble()) << '\n'; return;
+        case Value::Kind::Node: std::cout << pad << nodeLine(value.asNode()) << '\n'; return;
+        case Value::Kind::Sequence:
+            std::cout << pad << "sequence " << value.items().size() << '\n';
+            for (const Value& item : value.items()) printValue(item, indent + 2);
+            return;
+    }
+}
+
+// Splits "KEY=VALUE"; false when there is no "=" or the key is empty.
+bool splitAssignment(const std::string& text, std::string& key, std::string& value) {
+    size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0) return false;
+    key = text.substr(0, equals);
+    value = text.substr(equals + 1);
+    return true;
+}
+
+int runEval(const EvalOptions& options) {
+    std::shared_ptr<xml::Document> document;
+    if (!options.contextFile.empty()) {
+        Error error;
+        document = xml::Document::parseFile(options.contextFile, &error);
+        if (!document) {
+            std::cerr << "quillmark: " << error.message() << '\n';
+            return kExitFailure;
+        }
+    }
+    QMXPath2Evaluator::NamespaceMap namespaces;
+    for (const auto& binding : options.namespaces) {
+        std::string prefix, uri;
+        if (!splitAssignment(binding, prefix, uri)) {
+            std::cerr << "quillmark: --ns expects PREFIX=URI, got \"" << binding << "\"\n";
+            return kExitFailure;
+        }
+        namespaces[prefix] = uri;
+    }
+    // Without --ns the prefixes that the document's root element declares are known.
+    if (options.namespaces.empty() && document && document->rootElement())
+        namespaces = document->rootElement().namespaceDeclarations();
+
+    QMXPath2Evaluator evaluator(namespaces);
+    evaluator.setTraceEnabled(options.trace);
+    xml::Node context = document ? document->node() : xml::Node();
+    for (const auto& assignment : options.variables) {
+        std::string name, expression;
+        if (!splitAssignment(assignment, name, expression)) {
+            std::cerr << "quillmark: --var expects NAME=EXPR, got \"" << assignment << "\"\n";
+            return kExitFailure;
+        }
+        evaluator.setVariable(name, evaluator.evaluate(expression, context));
+    }
+    printValue(evaluator.evaluate(options.expression, context), 0);
+    for (const auto& line : evaluator.getTrace()) std::cerr << line << '\n';
+    return kExitOk;
+}
+
+}  // namespace
 
 CommandRunner addEvalCommand(CLI::App& app) {
-    app.add_subcommand("eval", "Evaluate an expression")->allow_extras();
-    return [] { return kExitFailure; };
+    auto* command = app.add_subcommand("eval", "Evaluate an expression and print its value in typed form");
+    auto options = std::make_shared<EvalOptions>();
+    command->add_option("--context", options->contextFile, "XML file whose document node is the context node");
+    command->add_option("--ns", options->namespaces,
+                        "Declare a namespace prefix (PREFIX=URI); without it the prefixes declared on the "
+                        "context document's root element are used");
+    command->add_option("--var", options->variables, "Set a variable to the value of an expression (NAME=EXPR)");
+    command->add_flag("--trace", options->trace, "Write the evaluation trace to stderr");
+    command->add_option("EXPR", options->expression, "The expression")->required();
+    return [options] { return runEval(*options); };
 }
 
 }  // namespace quillmark::cli
