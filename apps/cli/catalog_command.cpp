@@ -1,17 +1,56 @@
-// quillmark catalog (not yet available).
+// quillmark catalog: registers schema directories and prints one JSON line per catalog
+// entry (path, type, title, namespaces, customizationID), in catalog order.
 
+#include <filesystem>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "commands.h"
+#include "quillmark/schematron_validator.h"
 
 namespace quillmark::cli {
+namespace {
+
+nlohmann::ordered_json entryLine(const std::string& path, const CatalogEntry& entry) {
+    nlohmann::ordered_json line;
+    line["path"] = path;
+    line["type"] = entry.isXSD() ? "xsd" : "schematron";
+    line["title"] = entry.title;
+    line["namespaces"] = nlohmann::ordered_json::object();
+    for (const auto& [prefix, uri] : entry.namespaces) line["namespaces"][prefix] = uri;
+    line["customizationID"] = entry.customizationID ? nlohmann::ordered_json(*entry.customizationID) : nullptr;
+    return line;
+}
+
+int runCatalog(const std::vector<std::string>& directories) {
+    for (const auto& directory : directories) {
+        std::error_code error;
+        if (!std::filesystem::is_directory(directory, error)) {
+            std::cerr << "quillmark: schema directory does not exist: " << directory << '\n';
+            return kExitFailure;
+        }
+    }
+    QMSchematronValidator validator;
+    for (const auto& directory : directories) validator.addSchemaDirectory(directory);
+    for (const auto& [path, entry] : validator.schemaCatalog()) {
+        // Titles and identifiers come from arbitrary files: never fail on bad UTF-8.
+        std::cout << entryLine(path, entry).dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+                  << '\n';
+    }
+    return kExitOk;
+}
+
+}  // namespace
 
 CommandRunner addCatalogCommand(CLI::App& app) {
-    app.add_subcommand("catalog", "catalog (not yet available)")->allow_extras();
-    return [] {
-        std::cerr << "quillmark: catalog is not available yet\n";
-        return kExitFailure;
-    };
+    auto directories = std::make_shared<std::vector<std::string>>();
+    CLI::App* command = app.add_subcommand("catalog", "List the schema files found in schema directories as JSON lines");
+    command->add_option("--schemas", *directories, "Schema directory (searched recursively)")->required();
+    return [directories] { return runCatalog(*directories); };
 }
 
 }  // namespace quillmark::cli

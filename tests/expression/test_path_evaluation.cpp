@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "quillmark/evaluator.h"
 
 namespace quillmark {

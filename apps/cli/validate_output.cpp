@@ -1,0 +1,99 @@
+// Text and JSON Lines output of `quillmark validate`.
+
+#include "validate_output.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+namespace quillmark::cli {
+
+namespace {
+
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
+
+std::string lowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+std::string issueLine(const std::string& file, const QMValidationError& issue) {
+    std::string line = fmt::format("{}: {}: ", file, lowerCase(issue.severity()));
+    if (!issue.assertionId.empty()) line += fmt::format("[{}] ", issue.assertionId);
+    line += collapseWhiteSpace(issue.message);
+    if (!issue.location.empty()) line += fmt::format(" (at {})", issue.location);
+    return line;
+}
+
+std::string counted(size_t count, const char* singular, const char* plural) {
+    return fmt::format("{} {}", count, count == 1 ? singular : plural);
+}
+
+// "valid", "valid, 1 warning", "2 errors, 1 warning, 3 infos".
+std::string summary(const QMValidationResult& result) {
+    size_t warnings = 0;
+    size_t infos = 0;
+    for (const auto& issue : result.warnings) (issue.severity() == "Warning" ? warnings : infos) += 1;
+    std::vector<std::string> parts;
+    parts.push_back(result.errors.empty() ? "valid" : counted(result.errors.size(), "error", "errors"));
+    if (warnings > 0) parts.push_back(counted(warnings, "warning", "warnings"));
+    if (infos > 0) parts.push_back(counted(infos, "info", "infos"));
+    return fmt::format("{}", fmt::join(parts, ", "));
+}
+
+nlohmann::ordered_json issueJson(const QMValidationError& issue) {
+    return {
+        {"pattern", issue.pattern},     {"rule", issue.rule},         {"assertion", issue.assertion},
+        {"assertionId", issue.assertionId}, {"type", issue.type},     {"role", issue.role},
+        {"flag", issue.flag},           {"severity", issue.severity()}, {"message", issue.message},
+        {"location", issue.location},   {"schemaTitle", issue.schemaTitle},
+    };
+}
+
+nlohmann::ordered_json issuesJson(const std::vector<QMValidationError>& issues) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const auto& issue : issues) list.push_back(issueJson(issue));
+    return list;
+}
+
+}  // namespace
+
+std::string collapseWhiteSpace(std::string_view text) {
+    std::string collapsed;
+    bool pendingBlank = false;
+    for (char c : text) {
+        if (isBlank(c)) {
+            pendingBlank = !collapsed.empty();
+            continue;
+        }
+        if (pendingBlank) collapsed += ' ';
+        pendingBlank = false;
+        collapsed += c;
+    }
+    return collapsed;
+}
+
+void writeTextReport(std::ostream& out, const std::string& file, const QMValidationResult& result) {
+    for (const auto& issue : result.errors) out << issueLine(file, issue) << '\n';
+    for (const auto& issue : result.warnings) out << issueLine(file, issue) << '\n';
+    out << file << ": " << summary(result) << '\n';
+}
+
+void writeJsonReport(std::ostream& out, const std::string& file, const QMValidationResult& result) {
+    nlohmann::ordered_json object = {
+        {"file", file},
+        {"valid", result.valid},
+        {"status", result.status()},
+        {"schemaFiles", result.schemaFiles.value_or(std::vector<std::string>{})},
+        {"errors", issuesJson(result.errors)},
+        {"warnings", issuesJson(result.warnings)},
+    };
+    // Invalid UTF-8 in a message must not abort the report.
+    out << object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+}
+
+}  // namespace quillmark::cli

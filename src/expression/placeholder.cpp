@@ -1,1 +1,0 @@
-// Placeholder: keeps the component's target non-empty until its sources land.

@@ -1,0 +1,222 @@
+// The validation run: applies a loaded rule set to a parsed document. Every failed assert
+// and every fired report becomes an issue; problems inside the run are logged and the
+// run goes on.
+
+#include <unicode/unistr.h>
+
+
+#include "quillmark/log.h"
+#include "quillmark/schematron_validator.h"
+
+namespace quillmark {
+
+namespace {
+
+const std::string kVariablePatternId = "variable-pattern";
+
+std::string orNull(const std::optional<std::string>& text) { return text ? *text : "(null)"; }
+
+// Evaluators may report problems through the slot; each one is taken out so that the
+// slot is empty again for the next expression.
+bool takeReportedError(Error* slot, std::string& description) {
+    if (!slot || !slot->isSet()) return false;
+    description = slot->message();
+    slot->clear();
+    return true;
+}
+
+bool containsIgnoringCase(const std::string& text, const std::string& part) {
+    icu::UnicodeString folded = icu::UnicodeString::fromUTF8(text).foldCase();
+    return folded.indexOf(icu::UnicodeString::fromUTF8(part).foldCase()) >= 0;
+}
+
+// German national specialisations (and documents that do not say what they follow) let
+// PEPPOL asserts without a role count as warnings rather than errors.
+bool isNationalCIUS(const std::optional<std::string>& customizationID) {
+    if (!customizationID) return true;
+    return containsIgnoringCase(*customizationID, "xeinkauf") || containsIgnoringCase(*customizationID, "xrechnung");
+}
+
+// A context that is not absolute is searched for anywhere in the document. The prefix is
+// plain text, so only the first branch of a union gets it.
+std::string absoluteContext(const std::string& context) {
+    if (!context.empty() && context.front() == '/') return context;
+    return "//" + context;
+}
+
+std::vector<xml::Node> nodesOf(const Value& value) {
+    std::vector<xml::Node> nodes;
+    for (const Value& item : QMXPath2Evaluator::normalizeToArray(value)) {
+        if (item.isNode()) nodes.push_back(item.asNode());
+    }
+    return nodes;
+}
+
+class ValidationRun {
+public:
+    ValidationRun(QMSchematronValidator& validator, const xml::Document& document, const SchematronSchema& schema,
+                  Error* error)
+        : validator_(validator),
+          document_(document.node()),
+          schema_(schema),
+          evaluator_(schema.namespaces),
+          error_(error),
+          nationalCIUS_(isNationalCIUS(QMSchematronValidator::documentCustomizationID(document))) {}
+
+    QMValidationResult run() {
+        for (const SchematronFunction& function : schema_.functions) {
+            evaluator_.registerFunction(function.name, function.parameters, function.bodyExpression,
+                                        function.variables);
+        }
+        setGlobalLets(/*logErrors=*/true);
+        for (const SchematronPattern& pattern : schema_.patterns) runPattern(pattern);
+
+        QMValidationResult result;
+        result.valid = errors_.empty();
+        result.errors = std::move(errors_);
+        result.warnings = std::move(warnings_);
+        return result;
+    }
+
+private:
+    // Sets one let evaluated against `context`; false (and the error's text) when the
+    // evaluator reported an error, in which case the variable is left as it was.
+    bool setLet(const SchematronLet& let, xml::Node context, std::string& reported) {
+        Value value = evaluator_.evaluate(let.value.value_or(""), context, error_);
+        if (takeReportedError(error_, reported)) return false;
+        evaluator_.setVariable(let.name.value_or(""), value);  // absent removes it
+        return true;
+    }
+
+    // The global variables are set at the start and restored before every matched node,
+    // silently then.
+    void setGlobalLets(bool logErrors) {
+        for (const SchematronLet& let : schema_.lets) {
+            std::string reported;
+            if (!setLet(let, document_, reported) && logErrors) {
+                log("Error evaluating global let '" + orNull(let.name) + "' = '" + orNull(let.value) +
+                    "': " + reported);
+            }
+        }
+    }
+
+    void runPattern(const SchematronPattern& pattern) {
+        if (pattern.patternId == kVariablePatternId) return;  // its lets are the global ones
+        for (const SchematronLet& let : pattern.lets) {
+            std::string reported;
+            if (!setLet(let, document_, reported)) {
+                log("Error evaluating pattern let '" + orNull(let.name) + "' = '" + orNull(let.value) +
+                    "': " + reported);
+            }
+        }
+        for (const SchematronRule& rule : pattern.rules) runRule(pattern, rule);
+    }
+
+    // Every rule applies to every node its context selects, even nodes that an earlier
+    // rule of the same pattern matched. A rule without a context matches nothing.
+    void runRule(const SchematronPattern& pattern, const SchematronRule& rule) {
+        if (rule.abstract || !rule.context) return;
+        Value selected = evaluator_.evaluate(absoluteContext(*rule.context), document_, error_);
+        std::string reported;
+        if (takeReportedError(error_, reported)) {
+            log("Error evaluating context '" + *rule.context + "': " + reported);
+            return;
+        }
+        for (xml::Node node : nodesOf(selected)) runNode(pattern, rule, node);
+    }
+
+    void runNode(const SchematronPattern& pattern, const SchematronRule& rule, xml::Node node) {
+        setGlobalLets(/*logErrors=*/false);
+        for (const SchematronLet& let : rule.lets) {
+            std::string reported;
+            if (!setLet(let, node, reported)) {
+                log("Error evaluating let '" + orNull(let.name) + "' = '" + orNull(let.value) + "': " + reported);
+            }
+        }
+        for (const SchematronAssertion& assertion : rule.assertions) runAssertion(pattern, rule, assertion, node);
+    }
+
+    void runAssertion(const SchematronPattern& pattern, const SchematronRule& rule,
+                      const SchematronAssertion& assertion, xml::Node node) {
+        Value outcome = evaluator_.evaluate(assertion.test.value_or(""), node, error_);
+        std::string reported;
+        if (takeReportedError(error_, reported)) {
+            log("Error evaluating test '" + orNull(assertion.test) + "': " + reported);
+            return;
+        }
+        const bool truth = QMSchematronValidator::toBoolean(outcome);
+        const bool fires = assertion.type == "assert" ? !truth : truth;
+        if (!fires) return;
+        file(makeIssue(pattern, rule, assertion, node));
+    }
+
+    QMValidationError makeIssue(const SchematronPattern& pattern, const SchematronRule& rule,
+                                const SchematronAssertion& assertion, xml::Node node) {
+        QMValidationError issue;
+        issue.pattern = pattern.patternId.value_or("");
+        issue.rule = rule.ruleId.value_or("");
+        issue.assertion = assertion.assertionId.value_or("");
+        issue.assertionId = issue.assertion;
+        issue.type = assertion.type;
+        issue.flag = assertion.flag.value_or("");
+        issue.role = assertion.role ? *assertion.role : defaultRole(assertion);
+        issue.message = assertion.messageElement
+                            ? validator_.evaluateMessageWithValueOf(assertion.messageElement, evaluator_, node, error_)
+                            : assertion.message;
+        issue.location = QMSchematronValidator::getNodePath(node);
+        return issue;
+    }
+
+    std::string defaultRole(const SchematronAssertion& assertion) const {
+        if (nationalCIUS_ && assertion.assertionId && assertion.assertionId->starts_with("PEPPOL-")) return "warning";
+        return assertion.type == "assert" ? "error" : "info";
+    }
+
+    // Information goes with the warnings: a result has no third list.
+    void file(QMValidationError issue) {
+        if (issue.severity() == "Error") {
+            errors_.push_back(std::move(issue));
+        } else {
+            warnings_.push_back(std::move(issue));
+        }
+    }
+
+    QMSchematronValidator& validator_;
+    xml::Node document_;
+    const SchematronSchema& schema_;
+    QMXPath2Evaluator evaluator_;
+    Error* error_;
+    bool nationalCIUS_;
+    std::vector<QMValidationError> errors_;
+    std::vector<QMValidationError> warnings_;
+};
+
+}  // namespace
+
+QMValidationResult QMSchematronValidator::validateDocument(const xml::Document& document,
+                                                           const SchematronSchema& schema, Error* error) {
+    return ValidationRun(*this, document, schema, error).run();
+}
+
+std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithSchema(const std::string& xml,
+                                                                               const std::string& schemaText,
+                                                                               Error* error) {
+    auto schema = parseSchema(schemaText, error);
+    if (!schema) return std::nullopt;
+    auto document = xml::Document::parse(xml, error);
+    if (!document) return std::nullopt;
+    return validateDocument(*document, *schema, error);
+}
+
+std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithSchemaFile(const std::string& xml,
+                                                                                   const std::string& schemaPath,
+                                                                                   Error* error) {
+    // The schema is loaded before the document is parsed.
+    auto schema = loadSchemaFile(schemaPath, error);
+    if (!schema) return std::nullopt;
+    auto document = xml::Document::parse(xml, error);
+    if (!document) return std::nullopt;
+    return validateDocument(*document, *schema, error);
+}
+
+}  // namespace quillmark

@@ -1,0 +1,154 @@
+// XPath 1.0 selection through libxml2 with a cache of compiled expressions.
+
+#include <libxml/xpath.h>
+#include <libxml/xpathInternals.h>
+
+#include <optional>
+#include <unordered_map>
+
+#include "quillmark/xml.h"
+#include "xml/libxml_support.h"
+#include "xml/parse_errors.h"
+#include "xml/simple_path.h"
+#include "xml/xpath_functions.h"
+#include "xml/xpath_rewrite.h"
+
+namespace quillmark::xml {
+namespace {
+
+// Rule sets bring a few thousand distinct texts; a cache that grows past this holds
+// generated texts and starts afresh.
+constexpr size_t kMaxCachedExpressions = 20000;
+// An engine normally serves one document (and a rule set's own); contexts of documents
+// that are gone are dropped once this many have piled up.
+constexpr size_t kMaxContexts = 32;
+
+#if LIBXML_VERSION >= 21200
+void ignoreError(void*, const xmlError*) {}
+#else
+void ignoreError(void*, xmlError*) {}
+#endif
+
+xmlXPathContext* newContext(xmlDoc* doc) {
+    xmlXPathContext* context = xmlXPathNewContext(doc);
+    if (!context) return nullptr;
+    context->error = ignoreError;  // a bad expression is an empty result, not a message
+    detail::registerExtensionFunctions(context);
+    return context;
+}
+
+struct Compiled {
+    std::optional<detail::SimplePath> simple;  // walked directly, without libxml2
+    xmlXPathCompExpr* expression = nullptr;    // null: the text does not compile
+    bool usesPrefixes = false;
+    bool compiles() const { return simple || expression; }
+};
+
+}  // namespace
+
+struct XPathEngine::Impl {
+    // Compiling happens without namespace bindings, so that libxml2 binds prefixes
+    // when it evaluates (at the context node) rather than once when it compiles.
+    xmlXPathContext* compileContext = nullptr;
+    std::unordered_map<std::string, Compiled> cache;
+    std::unordered_map<xmlDoc*, xmlXPathContext*> contexts;
+    std::vector<xmlNs*> namespaces;  // reused for every evaluation
+
+    Impl() { detail::ensureLibxmlInitialized(); }
+
+    ~Impl() {
+        clearCache();
+        clearContexts();
+        if (compileContext) xmlXPathFreeContext(compileContext);
+    }
+
+    void clearCache() {
+        for (auto& [text, compiled] : cache) {
+            if (compiled.expression) xmlXPathFreeCompExpr(compiled.expression);
+        }
+        cache.clear();
+    }
+
+    void clearContexts() {
+        for (auto& [doc, context] : contexts) xmlXPathFreeContext(context);
+        contexts.clear();
+    }
+
+    const Compiled& compiled(const std::string& xpath) {
+        if (auto found = cache.find(xpath); found != cache.end()) return found->second;
+        if (cache.size() >= kMaxCachedExpressions) clearCache();
+        return cache.emplace(xpath, compile(detail::rewriteXPath2Forms(xpath))).first->second;
+    }
+
+    Compiled compile(const std::string& text) {
+        Compiled entry;
+        entry.usesPrefixes = text.find(':') != std::string::npos;
+        entry.simple = detail::parseSimplePath(text);
+        if (entry.simple) return entry;
+        if (!compileContext) compileContext = newContext(nullptr);
+        if (compileContext) entry.expression = xmlXPathCtxtCompile(compileContext, detail::toXmlChar(text));
+        return entry;
+    }
+
+    xmlXPathContext* contextFor(xmlDoc* doc) {
+        if (auto found = contexts.find(doc); found != contexts.end()) return found->second;
+        if (contexts.size() >= kMaxContexts) clearContexts();
+        xmlXPathContext* context = newContext(doc);
+        if (context) contexts.emplace(doc, context);
+        return context;
+    }
+
+    xmlXPathObject* evaluate(const Compiled& entry, xmlNode* node) {
+        xmlXPathContext* context = contextFor(node->doc);
+        if (!context) return nullptr;
+        context->doc = node->doc;
+        context->node = node;
+        namespaces.clear();
+        if (entry.usesPrefixes) detail::collectNamespacesInScope(node, namespaces);
+        // libxml2 looks these up before its registered table, first match winning.
+        context->namespaces = namespaces.empty() ? nullptr : namespaces.data();
+        context->nsNr = static_cast<int>(namespaces.size());
+        xmlXPathObject* result = nullptr;
+        {
+            detail::GenericErrorSilencer silencer;
+            result = xmlXPathCompiledEval(entry.expression, context);
+        }
+        context->namespaces = nullptr;
+        context->nsNr = 0;
+        context->node = nullptr;
+        return result;
+    }
+};
+
+XPathEngine::XPathEngine() : impl_(std::make_unique<Impl>()) {}
+
+XPathEngine::~XPathEngine() = default;
+
+std::vector<Node> XPathEngine::select(Node context, const std::string& xpath, bool* failed) {
+    std::vector<Node> nodes;
+    if (failed) *failed = true;
+    xmlNode* raw = context.raw();
+    if (!raw || raw->type == XML_NAMESPACE_DECL) return nodes;
+    const Compiled& entry = impl_->compiled(xpath);
+    if (!entry.compiles()) return nodes;
+    if (entry.simple) {
+        if (failed) *failed = false;
+        for (xmlNode* node : detail::evaluateSimplePath(*entry.simple, raw)) nodes.emplace_back(node);
+        return nodes;
+    }
+    xmlXPathObject* result = impl_->evaluate(entry, raw);
+    if (!result) return nodes;
+    if (result->type == XPATH_NODESET) {
+        if (failed) *failed = false;
+        const xmlNodeSet* set = result->nodesetval;
+        nodes.reserve(set ? static_cast<size_t>(set->nodeNr) : 0);
+        for (int i = 0; set && i < set->nodeNr; ++i) {
+            // Namespace nodes are copies that die with the result object.
+            if (set->nodeTab[i]->type != XML_NAMESPACE_DECL) nodes.emplace_back(set->nodeTab[i]);
+        }
+    }
+    xmlXPathFreeObject(result);
+    return nodes;
+}
+
+}  // namespace quillmark::xml

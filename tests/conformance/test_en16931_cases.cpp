@@ -1,0 +1,156 @@
+// The official EN 16931 unit-test invoices, one per case, validated with the
+// preprocessed EN 16931 rules of their syntax. Each case says which rule must fire
+// (as an error or a warning) or must not fire. Every expectation is met, or listed
+// with its reason in deviations.md beside this file; a case outside that list that
+// stops meeting its expectation fails the test.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+
+#include "quillmark/schematron_validator.h"
+#include "support/test_support.h"
+
+namespace quillmark {
+namespace {
+
+using ::quillmark::testing::corpusAvailable;
+using ::quillmark::testing::corpusPath;
+using ::quillmark::testing::readFile;
+using ::quillmark::testing::sourcePath;
+
+constexpr const char* kUBLRules = "en16931/ubl/schematron/preprocessed/EN16931-UBL-validation-preprocessed.sch";
+constexpr const char* kCIIRules = "en16931/cii/schematron/preprocessed/EN16931-CII-validation-preprocessed.sch";
+
+struct Expectation {
+    std::string caseName;  // "ubl-invoice/BR-01-1.xml"
+    std::string kind;      // "error", "warning" or "success"
+    std::string rule;
+    std::string key() const { return caseName + " " + rule; }
+};
+
+struct Fired {
+    std::set<std::string> errors;
+    std::set<std::string> warnings;
+};
+
+std::string trim(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t`");
+    if (first == std::string::npos) return "";
+    const auto last = text.find_last_not_of(" \t`");
+    return text.substr(first, last - first + 1);
+}
+
+// Keys ("case rule") of the table rows of deviations.md whose first cell names a case.
+std::set<std::string> listedDeviations() {
+    std::set<std::string> keys;
+    std::istringstream in(readFile(sourcePath("tests/conformance/deviations.md")));
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind("|", 0) != 0) continue;
+        std::vector<std::string> cells;
+        std::istringstream row(line.substr(1));
+        for (std::string cell; std::getline(row, cell, '|');) cells.push_back(trim(cell));
+        if (cells.size() >= 2 && cells[0].ends_with(".xml")) keys.insert(cells[0] + " " + cells[1]);
+    }
+    return keys;
+}
+
+std::vector<Expectation> loadExpectations() {
+    std::vector<Expectation> expectations;
+    const auto cases = nlohmann::json::parse(readFile(corpusPath("en16931/cases/expectations.json")));
+    for (const auto& [caseName, entry] : cases.items()) {
+        for (const auto& expect : entry["expect"]) {
+            expectations.push_back({caseName, expect["kind"].get<std::string>(), expect["rule"].get<std::string>()});
+        }
+    }
+    return expectations;
+}
+
+bool isMet(const Expectation& expectation, const Fired& fired) {
+    if (expectation.kind == "error") return fired.errors.count(expectation.rule) > 0;
+    if (expectation.kind == "warning") return fired.warnings.count(expectation.rule) > 0;
+    return fired.errors.count(expectation.rule) == 0 && fired.warnings.count(expectation.rule) == 0;
+}
+
+std::string describe(const Fired& fired) {
+    std::string text = "errors:";
+    for (const auto& id : fired.errors) text += " " + id;
+    text += "; warnings:";
+    for (const auto& id : fired.warnings) text += " " + id;
+    return text;
+}
+
+class EN16931CasesTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!corpusAvailable()) GTEST_SKIP() << "corpus not available";
+    }
+
+    // Each rule set is loaded once and serves every case of its syntax.
+    const SchematronSchema& rulesFor(const std::string& caseName) {
+        const bool cii = caseName.rfind("cii/", 0) == 0;
+        auto& slot = cii ? cii_ : ubl_;
+        if (!slot) {
+            Error error;
+            slot = validator_.loadSchemaFile(corpusPath(cii ? kCIIRules : kUBLRules), &error);
+            if (!slot) throw std::runtime_error("cannot load rules: " + error.message());
+        }
+        return *slot;
+    }
+
+    Fired validate(const std::string& caseName) {
+        Error error;
+        auto document = xml::Document::parseFile(corpusPath("en16931/cases/" + caseName), &error);
+        if (!document) throw std::runtime_error(caseName + ": " + error.message());
+        QMValidationResult result = validator_.validateDocument(*document, rulesFor(caseName), nullptr);
+        Fired fired;
+        for (const auto& issue : result.errors) fired.errors.insert(issue.assertionId);
+        for (const auto& issue : result.warnings) fired.warnings.insert(issue.assertionId);
+        return fired;
+    }
+
+    QMSchematronValidator validator_;
+    std::shared_ptr<SchematronSchema> ubl_;
+    std::shared_ptr<SchematronSchema> cii_;
+};
+
+TEST_F(EN16931CasesTest, EveryExpectationIsMetOrAListedDeviation) {
+    const std::set<std::string> deviations = listedDeviations();
+    std::map<std::string, Fired> firedByCase;
+    size_t met = 0;
+    size_t total = 0;
+    std::vector<std::string> nowMet;
+    for (const Expectation& expectation : loadExpectations()) {
+        auto found = firedByCase.find(expectation.caseName);
+        if (found == firedByCase.end()) found = firedByCase.emplace(expectation.caseName, validate(expectation.caseName)).first;
+        ++total;
+        const bool listed = deviations.count(expectation.key()) > 0;
+        if (isMet(expectation, found->second)) {
+            ++met;
+            if (listed) nowMet.push_back(expectation.key());
+            continue;
+        }
+        EXPECT_TRUE(listed) << expectation.caseName << ": expected " << expectation.kind << " " << expectation.rule
+                            << "; fired " << describe(found->second);
+    }
+    std::cout << "EN 16931 conformance: " << met << " of " << total << " expectations met in "
+              << firedByCase.size() << " cases; " << deviations.size() << " listed deviations\n";
+    for (const auto& key : nowMet) std::cout << "listed deviation now met (remove it from deviations.md): " << key << '\n';
+    RecordProperty("expectations_met", static_cast<int>(met));
+    RecordProperty("expectations_total", static_cast<int>(total));
+}
+
+// A typo in the list would hide a regression of the case it meant.
+TEST_F(EN16931CasesTest, ListedDeviationsNameRealExpectations) {
+    std::set<std::string> known;
+    for (const Expectation& expectation : loadExpectations()) known.insert(expectation.key());
+    for (const auto& key : listedDeviations()) EXPECT_TRUE(known.count(key)) << "unknown case or rule: " << key;
+}
+
+}  // namespace
+}  // namespace quillmark

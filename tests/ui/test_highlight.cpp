@@ -1,0 +1,143 @@
+// Locating an issue's element in the XML text: the location is evaluated over the
+// text, and the element's start tag is found by searching for its tags from the root
+// down, counting same-named siblings. The search is plain text matching on purpose.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "quillmark/schematron_validator.h"
+#include "quillmark/ui/result_window_controller.h"
+#include "support/test_support.h"
+
+namespace quillmark {
+namespace {
+
+std::optional<std::string> highlightedText(const std::string& location, const std::string& text) {
+    auto range = QMValidationResultWindowController::rangeOfLocationInXML(location, text);
+    if (!range) return std::nullopt;
+    return text.substr(static_cast<size_t>(range->location), static_cast<size_t>(range->length));
+}
+
+struct RangeCase {
+    const char* name;
+    const char* text;
+    const char* location;
+    std::optional<QMTextRange> range;
+};
+
+TEST(HighlightRange, StartTagOfTheLocatedElement) {
+    const RangeCase cases[] = {
+        {"root", "<r><a/></r>", "/r[1]", QMTextRange{0, 3}},
+        {"nested in second sibling", "<r>\n  <a/>\n  <a>\n    <b x=\"1\"/>\n  </a>\n</r>", "/r[1]/a[2]/b[1]",
+         QMTextRange{21, 10}},
+        {"second of two", "<r><a/><a/></r>", "/r/a[2]", QMTextRange{7, 4}},
+        {"fourth b overall", "<r><a><b/><b/></a><a><b/><b i='4'/></a></r>", "/r/a[2]/b[2]", QMTextRange{25, 10}},
+        {"prefixed names", "<inv:I xmlns:inv='urn:i' xmlns:c='urn:c'><c:ID>1</c:ID><c:Note>n</c:Note></inv:I>",
+         "/inv:I[1]/c:Note[1]", QMTextRange{55, 8}},
+        // Prefixes the root declares are matched by local name, whatever the namespace.
+        {"prefix bound to another namespace", "<p:I xmlns:p='urn:a'><p:ID xmlns:p='urn:b'/></p:I>", "/p:I/p:ID",
+         QMTextRange{21, 23}},
+        // A name without a prefix is an XPath 1.0 name test for no namespace: elements
+        // in a default namespace are not found that way.
+        {"default namespace", "<Invoice xmlns='urn:x'><ID>1</ID></Invoice>", "/Invoice[1]/ID[1]", std::nullopt},
+        {"undeclared prefix", "<Invoice xmlns='urn:x'><ID>1</ID></Invoice>", "/ubl:Invoice[1]", std::nullopt},
+        {"document after a declaration and comment", "<?xml version='1.0'?>\n<!-- c -->\n<r><a/></r>", "/r/a",
+         QMTextRange{36, 4}},
+        {"first of a node sequence", "<r><a/><a/></r>", "/r/a", QMTextRange{3, 4}},
+        {"nothing selected", "<r><a/></r>", "/r/b", std::nullopt},
+        {"past the last sibling", "<r><a/><a/></r>", "/r/a[3]", std::nullopt},
+        {"attribute is not an element", "<r><a t='v'/></r>", "/r/a/@t", std::nullopt},
+        {"text is not an element", "<r><a>t</a></r>", "/r/a/text()", std::nullopt},
+        {"document node", "<r/>", "/", std::nullopt},
+        {"not a node", "<r/>", "'r'", std::nullopt},
+        {"empty location", "<r/>", "", std::nullopt},
+        {"unparsable text", "<r><a></r>", "/r/a", std::nullopt},
+        {"empty text", "", "/r", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(QMValidationResultWindowController::rangeOfLocationInXML(c.location, c.text), c.range) << c.name;
+    }
+}
+
+TEST(HighlightRange, TheSearchIsKnowinglyNaive) {
+    struct Case {
+        const char* name;
+        const char* text;
+        const char* location;
+        const char* selected;
+    };
+    const Case cases[] = {
+        {"longer name with the same beginning", "<r><ab x='1'/><a y='2'/></r>", "/r/a", "<ab x='1'/>"},
+        {"same name nested in an earlier sibling", "<r><x><a n='1'/></x><a n='2'/></r>", "/r/a", "<a n='1'/>"},
+        {"tag inside a comment", "<r><!-- <a> --><a/></r>", "/r/a", "<a>"},
+        {"tag inside character data", "<r><![CDATA[<a>]]><a/></r>", "/r/a", "<a>"},
+        {"closing bracket inside an attribute", "<r><a t='x>y'/></r>", "/r/a", "<a t='x>"},
+        {"nested earlier same name shifts the count", "<r><a><a/></a><a id='2'/></r>", "/r/a[2]", "<a/>"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(highlightedText(c.location, c.text), std::optional<std::string>(c.selected)) << c.name;
+    }
+}
+
+xml::Node firstNodeAt(const xml::Document& document, const std::string& xpath) {
+    auto nodes = document.node().nodesForXPath(xpath);
+    return nodes.empty() ? xml::Node() : nodes.front();
+}
+
+TEST(HighlightRange, TextThatLacksTheTagsSelectsNothing) {
+    // The node comes from one text and is searched in another, as when the text view
+    // no longer shows what was validated.
+    Error error;
+    auto document = xml::Document::parse("<r><a/><a/></r>", &error);
+    ASSERT_TRUE(document);
+    xml::Node second = firstNodeAt(*document, "/r/a[2]");
+    ASSERT_TRUE(second);
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a/></r>"), std::nullopt);
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a"), std::nullopt);
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a/><a"), std::nullopt);
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, ""), std::nullopt);
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a/><a/></r>"), (QMTextRange{7, 4}));
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(xml::Node(), "<r/>"), std::nullopt);
+}
+
+TEST(HighlightRange, PositionsCountUTF16CodeUnits) {
+    // "ä", "€" take one code unit each, the emoji two: the tag starts at 3 + 1 + 1 + 2.
+    const std::string text = "<r>ä€😀<a/></r>";
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfLocationInXML("/r/a", text), (QMTextRange{7, 4}));
+
+    const std::string named = "<r>€<Größe>1</Größe></r>";
+    Error error;
+    auto document = xml::Document::parse(named, &error);
+    ASSERT_TRUE(document);
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(firstNodeAt(*document, "/r/*"), named),
+              (QMTextRange{4, 7}));
+}
+
+// Every element of a real invoice, located by the path a validation run reports for it,
+// is highlighted at a start tag of its own name.
+TEST(HighlightRange, ReportedLocationsOfARealInvoiceFindTheirStartTags) {
+    if (!testing::corpusAvailable()) GTEST_SKIP() << "corpus not available";
+    const std::string text = testing::readFile(testing::corpusPath("en16931/cii/examples/CII_example1.xml"));
+    Error error;
+    auto document = xml::Document::parse(text, &error);
+    ASSERT_TRUE(document) << error.message();
+
+    size_t checked = 0;
+    std::function<void(xml::Node)> visit = [&](xml::Node element) {
+        const std::string location = QMSchematronValidator::getNodePath(element);
+        auto selected = highlightedText(location, text);
+        ASSERT_TRUE(selected.has_value()) << location;
+        const std::string tag = "<" + element.name();
+        EXPECT_TRUE(selected->starts_with(tag) && selected->ends_with(">")) << location << " -> " << *selected;
+        ++checked;
+        for (const xml::Node& child : element.children()) {
+            if (child.isElement()) visit(child);
+        }
+    };
+    visit(document->rootElement());
+    EXPECT_GT(checked, 50u);
+}
+
+}  // namespace
+}  // namespace quillmark
