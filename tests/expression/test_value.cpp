@@ -43,7 +43,9 @@ TEST_P(NumberScan, AcceptsOnlyPlainDecimalForms) {
     double value = -999;
     size_t consumed = scanNumber(GetParam().text, &value);
     EXPECT_EQ(consumed, GetParam().consumed) << GetParam().text;
-    if (consumed > 0) EXPECT_DOUBLE_EQ(value, GetParam().value) << GetParam().text;
+    if (consumed > 0) {
+        EXPECT_DOUBLE_EQ(value, GetParam().value) << GetParam().text;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, NumberScan,
