@@ -44,6 +44,14 @@ struct Compiled {
     bool compiles() const { return simple || expression; }
 };
 
+bool rootDeclaresDefaultNamespace(xmlDoc* doc) {
+    xmlNode* root = doc ? xmlDocGetRootElement(doc) : nullptr;
+    for (xmlNs* ns = root ? root->nsDef : nullptr; ns; ns = ns->next) {
+        if (!ns->prefix && ns->href && ns->href[0]) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 struct XPathEngine::Impl {
@@ -74,10 +82,15 @@ struct XPathEngine::Impl {
         contexts.clear();
     }
 
-    const Compiled& compiled(const std::string& xpath) {
-        if (auto found = cache.find(xpath); found != cache.end()) return found->second;
+    // `localNames`: the document has a default namespace, so unprefixed names are
+    // matched by local name (cached under a key no XPath text can have).
+    const Compiled& compiled(const std::string& xpath, bool localNames) {
+        const std::string key = localNames ? '\x01' + xpath : xpath;
+        if (auto found = cache.find(key); found != cache.end()) return found->second;
         if (cache.size() >= kMaxCachedExpressions) clearCache();
-        return cache.emplace(xpath, compile(detail::rewriteXPath2Forms(xpath))).first->second;
+        std::string text = detail::rewriteXPath2Forms(xpath);
+        if (localNames) text = detail::matchUnprefixedNamesByLocalName(text);
+        return cache.emplace(key, compile(text)).first->second;
     }
 
     Compiled compile(const std::string& text) {
@@ -129,7 +142,7 @@ std::vector<Node> XPathEngine::select(Node context, const std::string& xpath, bo
     if (failed) *failed = true;
     xmlNode* raw = context.raw();
     if (!raw || raw->type == XML_NAMESPACE_DECL) return nodes;
-    const Compiled& entry = impl_->compiled(xpath);
+    const Compiled& entry = impl_->compiled(xpath, rootDeclaresDefaultNamespace(raw->doc));
     if (!entry.compiles()) return nodes;
     if (entry.simple) {
         if (failed) *failed = false;

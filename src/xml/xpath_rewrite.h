@@ -16,6 +16,11 @@ std::string rewriteFunctionSteps(const std::string& xpath);
 // "(L='a' or L='b')".
 std::string rewriteSequenceComparisons(const std::string& xpath);
 
+// Unprefixed element name tests become local-name() tests: "/Invoice[1]/cbc:ID" becomes
+// "/*[local-name()='Invoice'][1]/cbc:ID". Used for documents whose root element
+// declares a default namespace. Attribute names, functions, axes and operators stay.
+std::string matchUnprefixedNamesByLocalName(const std::string& xpath);
+
 // Everything select() applies before compiling.
 std::string rewriteXPath2Forms(const std::string& xpath);
 

@@ -150,3 +150,42 @@ TEST(XPathEngine, AcceptsGroupStepsAndFunctionSteps) {
 
 }  // namespace
 }  // namespace quillmark::xml
+
+namespace quillmark::xml {
+namespace {
+
+TEST(DefaultNamespaceNames, UnprefixedElementNameTestsBecomeLocalNameTests) {
+    struct Case {
+        const char* text;
+        const char* rewritten;
+    } cases[] = {
+        {"/Invoice[1]/cbc:ID[2]", "/*[local-name()='Invoice'][1]/cbc:ID[2]"},
+        {"//Line/@id", "//*[local-name()='Line']/@id"},
+        {"a and b", "*[local-name()='a'] and *[local-name()='b']"},
+        {"div div div", "*[local-name()='div'] div *[local-name()='div']"},
+        {"count(a) * 2", "count(*[local-name()='a']) * 2"},
+        {"*/text()", "*/text()"},
+        {"attribute::a | child::b", "attribute::a | child::*[local-name()='b']"},
+        {"a[. = 'b c']", "*[local-name()='a'][. = 'b c']"},
+        {"p:*", "p:*"},
+        {"../a-b.c", "../*[local-name()='a-b.c']"},
+        {"1.5 + .5", "1.5 + .5"},
+        {"", ""},
+    };
+    for (const auto& c : cases) EXPECT_EQ(detail::matchUnprefixedNamesByLocalName(c.text), c.rewritten) << c.text;
+}
+
+TEST(DefaultNamespaceNames, LocationsSelectElementsOfADefaultNamespaceDocument) {
+    auto document = Document::parse(R"(<Invoice xmlns="urn:inv" xmlns:cbc="urn:cbc"><cbc:ID>1</cbc:ID></Invoice>)",
+                                    nullptr);
+    ASSERT_TRUE(document);
+    XPathEngine engine;
+    EXPECT_EQ(engine.select(document->node(), "/Invoice[1]/cbc:ID[1]").size(), 1u);
+    auto plain = Document::parse("<Invoice><ID/></Invoice>", nullptr);
+    EXPECT_EQ(engine.select(plain->node(), "/Invoice/ID").size(), 1u);
+    auto other = Document::parse(R"(<x:Invoice xmlns:x="urn:x"><ID/></x:Invoice>)", nullptr);
+    EXPECT_TRUE(engine.select(other->node(), "/Invoice").empty());
+}
+
+}  // namespace
+}  // namespace quillmark::xml
