@@ -48,7 +48,7 @@ ResultSheet::ResultSheet(QMValidationResultWindowController* controller, QWidget
     setWindowFlag(Qt::Sheet);
     setWindowModality(Qt::WindowModal);
     setObjectName("resultSheet");
-    resize(640, 420);
+    resize(760, 460);
 
     _title = makeLabel(this, 15, QFont::DemiBold);
     _summary = makeLabel(this, 13, QFont::Normal);

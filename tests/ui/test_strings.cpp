@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <regex>
+#include <cstring>
 
 #include "quillmark/ui/strings.h"
 #include "ui_test_helpers.h"
@@ -40,11 +40,18 @@ TEST(StringTable, MissingKeysFallBackToTheGivenDefault) {
     }
 }
 
+// The placeholders of a format in order: "%@", "%lu", "%%".
 std::vector<std::string> placeholdersOf(const std::string& format) {
-    static const std::regex placeholder("%(@|lu|%)");
     std::vector<std::string> found;
-    for (auto it = std::sregex_iterator(format.begin(), format.end(), placeholder); it != std::sregex_iterator(); ++it)
-        found.push_back(it->str());
+    for (size_t at = format.find('%'); at != std::string::npos; at = format.find('%', at + 1)) {
+        for (const char* placeholder : {"%@", "%lu", "%%"}) {
+            if (format.compare(at, std::strlen(placeholder), placeholder) == 0) {
+                found.emplace_back(placeholder);
+                at += std::strlen(placeholder) - 1;
+                break;
+            }
+        }
+    }
     return found;
 }
 

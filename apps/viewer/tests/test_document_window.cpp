@@ -16,9 +16,11 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QToolButton>
+#include <QTest>
 #include <QTreeView>
 
 #include "document_window.h"
+#include "quillmark/log.h"
 #include "recent_files.h"
 #include "result_sheet.h"
 #include "screenshot.h"
@@ -109,6 +111,12 @@ TEST_F(ViewerWindowTest, CopyPutsTheSelectedRowsOnTheClipboard) {
     EXPECT_EQ(QGuiApplication::clipboard()->text(),
               "Every line must have an amount. [O-02]\n  Location: /o:Order[1]/o:Line[2]\n  Pattern: order\n"
               "  Rule: order-line\n  Assertion: O-02");
+
+    // The shortcut reaches the sheet's copy command.
+    QGuiApplication::clipboard()->setText("untouched");
+    QApplication::setActiveWindow(sheet);
+    QTest::keyClick(sheet->outlineView(), Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text().section('\n', 0, 0), "Every line must have an amount. [O-02]");
 
     // Rows go in outline order whatever the order they were picked in.
     select(sheet, sheet->model()->index(2, 0, issueRow));
@@ -239,6 +247,7 @@ TEST(SchemaFolders, PreferencesAreRememberedAndRevalidateOpenDocuments) {
         application.setStoredSchemaFolders({files.rules()});
         EXPECT_EQ(dotColorShown(window->statusButton()), QColor("#FF3B30"));
     }
+    ScopedLogCapture log;  // the folder given on this command line does not exist
     ViewerApplication later(files.settings.get(), {"/from/the/command/line"});
     EXPECT_EQ(later.storedSchemaFolders(), QStringList{files.rules()});
     EXPECT_EQ(later.schemaFolders(), (QStringList{"/from/the/command/line", files.rules()}));
@@ -275,6 +284,62 @@ TEST_F(ViewerWindowTest, ScreenshotShowsWindowAndSheet) {
     viewer.start(QUILLMARK_VIEWER_PATH, {"--screenshot", output, files.path("missing.xml")});
     ASSERT_TRUE(viewer.waitForFinished(120000));
     EXPECT_EQ(viewer.exitCode(), 2);
+}
+
+}  // namespace
+}  // namespace quillmark::viewer
+
+namespace quillmark::viewer {
+namespace {
+
+QString corpusFile(const char* relative) { return QStringLiteral(QUILLMARK_CORPUS_DIR "/") + relative; }
+
+// The element name of a location's last step: "/a[1]/ram:ID[2]" -> "ram:ID".
+QString lastStepName(const QString& location) {
+    QString step = location.section('/', -1);
+    return step.left(step.indexOf('['));
+}
+
+class RealInvoiceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!QFileInfo(corpusFile("peppol/rules/sch")).isDir()) GTEST_SKIP() << "corpus not available";
+    }
+    testing::EnglishTexts english;
+    ViewerApplication application{nullptr, {corpusFile("peppol/rules/sch")}};
+};
+
+TEST_F(RealInvoiceTest, IssuesOfACrossIndustryInvoiceLeadToTheirElements) {
+    QString error;
+    DocumentWindow* window = application.openFile(corpusFile("en16931/cii/examples/CII_example1.xml"), nullptr, &error);
+    ASSERT_NE(window, nullptr) << error.toStdString();
+    window->show();
+    EXPECT_EQ(dotColorShown(window->statusButton()), QColor("#FF3B30"));
+    ResultSheet* sheet = window->resultSheet();
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_TRUE(sheet->isVisible());
+    EXPECT_EQ(sheet->schemasLabel()->text(), "Schemas: CEN-EN16931-CII.sch, PEPPOL-EN16931-CII.sch");
+
+    const auto& rows = window->controller().validationResultWindowController()->items();
+    ASSERT_FALSE(rows.empty());
+    for (int row = 0; row < sheet->model()->rowCount(); ++row) {
+        const QString location = QString::fromStdString(rows[static_cast<size_t>(row)]->error->location);
+        sheet->outlineView()->selectionModel()->select(sheet->model()->index(row, 0),
+                                                      QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        const QString selected = window->textEdit()->textCursor().selectedText();
+        EXPECT_TRUE(selected.startsWith("<" + lastStepName(location)) && selected.endsWith(">"))
+            << location.toStdString() << " -> " << selected.toStdString();
+    }
+}
+
+TEST_F(RealInvoiceTest, ValidPeppolInvoiceIsGreen) {
+    QString error;
+    DocumentWindow* window = application.openFile(corpusFile("peppol/rules/snippets/base-example.xml"), nullptr, &error);
+    ASSERT_NE(window, nullptr) << error.toStdString();
+    EXPECT_EQ(dotColorShown(window->statusButton()), QColor("#34C759"));
+    EXPECT_FALSE(window->statusButton()->isEnabled());
+    EXPECT_FALSE(window->resultSheet()->isVisible());
+    EXPECT_EQ(window->resultSheet()->summaryLabel()->text(), "Document is valid - No issues found");
 }
 
 }  // namespace
