@@ -38,9 +38,9 @@ TEST(HighlightRange, StartTagOfTheLocatedElement) {
         // Prefixes the root declares are matched by local name, whatever the namespace.
         {"prefix bound to another namespace", "<p:I xmlns:p='urn:a'><p:ID xmlns:p='urn:b'/></p:I>", "/p:I/p:ID",
          QMTextRange{21, 23}},
-        // A name without a prefix is an XPath 1.0 name test for no namespace: elements
-        // in a default namespace are not found that way.
-        {"default namespace", "<Invoice xmlns='urn:x'><ID>1</ID></Invoice>", "/Invoice[1]/ID[1]", std::nullopt},
+        // Locations of UBL invoices name elements of the root's default namespace
+        // without a prefix; they are found by local name.
+        {"default namespace", "<Invoice xmlns='urn:x'><ID>1</ID></Invoice>", "/Invoice[1]/ID[1]", QMTextRange{23, 4}},
         {"undeclared prefix", "<Invoice xmlns='urn:x'><ID>1</ID></Invoice>", "/ubl:Invoice[1]", std::nullopt},
         {"document after a declaration and comment", "<?xml version='1.0'?>\n<!-- c -->\n<r><a/></r>", "/r/a",
          QMTextRange{36, 4}},
