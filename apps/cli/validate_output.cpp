@@ -21,10 +21,22 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
+// Official rule sets start their messages with the rule id ("[BR-CO-10]-Sum of ...");
+// the line shows the id once, in front.
+std::string withoutLeadingTag(const std::string& message, const std::string& id) {
+    const std::string tag = "[" + id + "]";
+    if (id.empty() || message.compare(0, tag.size(), tag) != 0) return message;
+    size_t at = tag.size();
+    while (at < message.size() && isBlank(message[at])) ++at;
+    if (at < message.size() && message[at] == '-') ++at;
+    while (at < message.size() && isBlank(message[at])) ++at;
+    return at < message.size() ? message.substr(at) : message;
+}
+
 std::string issueLine(const std::string& file, const QMValidationError& issue) {
     std::string line = fmt::format("{}: {}: ", file, lowerCase(issue.severity()));
     if (!issue.assertionId.empty()) line += fmt::format("[{}] ", issue.assertionId);
-    line += collapseWhiteSpace(issue.message);
+    line += collapseWhiteSpace(withoutLeadingTag(issue.message, issue.assertionId));
     if (!issue.location.empty()) line += fmt::format(" (at {})", issue.location);
     return line;
 }

@@ -51,18 +51,18 @@ TEST_F(ValidateCliTest, TextListsIssuesThenASummaryPerFile) {
     EXPECT_EQ(lines(result.out),
               (std::vector<std::string>{
                   kValid + ": valid",
-                  kBadArithmetic + ": error: [QM-10] [QM-10]-Invoice line 1: the net amount 145.00 shall equal "
+                  kBadArithmetic + ": error: [QM-10] Invoice line 1: the net amount 145.00 shall equal "
                                    "quantity times price (140). (at /Invoice[1]/cac:InvoiceLine[1])",
-                  kBadArithmetic + ": error: [QM-11] [QM-11]-The sum of line net amounts 200.00 shall equal the sum "
+                  kBadArithmetic + ": error: [QM-11] The sum of line net amounts 200.00 shall equal the sum "
                                    "of the invoice lines (205). (at /Invoice[1]/cac:LegalMonetaryTotal[1])",
                   kBadArithmetic + ": 2 errors",
-                  kMissingFields + ": error: [QM-01] [QM-01]-An invoice shall have an invoice number (cbc:ID). (at "
+                  kMissingFields + ": error: [QM-01] An invoice shall have an invoice number (cbc:ID). (at "
                                    "/Invoice[1])",
-                  kMissingFields + ": error: [QM-03] [QM-03]-An invoice shall name its currency "
+                  kMissingFields + ": error: [QM-03] An invoice shall name its currency "
                                    "(cbc:DocumentCurrencyCode). (at /Invoice[1])",
-                  kMissingFields + ": error: [QM-04] [QM-04]-An invoice shall name the seller "
+                  kMissingFields + ": error: [QM-04] An invoice shall name the seller "
                                    "(cac:PartyLegalEntity/cbc:RegistrationName). (at /Invoice[1])",
-                  kMissingFields + ": warning: [QM-20] [QM-20]-The invoice states neither a due date nor payment "
+                  kMissingFields + ": warning: [QM-20] The invoice states neither a due date nor payment "
                                    "terms. (at /Invoice[1])",
                   kMissingFields + ": 3 errors, 1 warning",
               }));
