@@ -23,10 +23,12 @@ using namespace quillmark::viewer;
 
 namespace {
 
-// The platform must be chosen before the application object exists.
-bool wantsScreenshot(int argc, char** argv) {
+// Screenshots and help need no display. The platform must be chosen before the
+// application object exists.
+bool needsNoDisplay(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--screenshot") == 0 || std::strncmp(argv[i], "--screenshot=", 13) == 0) return true;
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) return true;
     }
     return false;
 }
@@ -51,7 +53,7 @@ int takeScreenshot(const QString& output, const QStringList& schemaFolders, cons
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (wantsScreenshot(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    if (needsNoDisplay(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QApplication::setOrganizationName("Quillmark");
