@@ -99,42 +99,36 @@ std::shared_ptr<const Regex> Regex::compile(std::string_view pattern) {
     return result;
 }
 
-bool Regex::find(std::string_view text) const {
+namespace {
+
+// Runs one whole-text query (find, matches) of a matcher; false for text ICU cannot
+// take, and for a match that ran out of time.
+template <typename Query>
+bool runQuery(const icu::RegexPattern& compiled, const std::string& pattern, std::string_view text, Query query) {
     const PreparedText prepared(text);
-    if (!prepared.fitsIcu()) {
-        return false;
-    }
+    if (!prepared.fitsIcu()) return false;
     const icu::UnicodeString input = prepared.alias();
-    auto matcher = makeMatcher(*impl_->compiled, input);
-    if (!matcher) {
-        return false;
-    }
+    auto matcher = makeMatcher(compiled, input);
+    if (!matcher) return false;
     UErrorCode status = U_ZERO_ERROR;
-    const bool found = matcher->find(status);
+    const bool result = query(*matcher, status);
     if (U_FAILURE(status)) {
-        reportAbort(pattern_, status);
+        reportAbort(pattern, status);
         return false;
     }
-    return found;
+    return result;
+}
+
+}  // namespace
+
+bool Regex::find(std::string_view text) const {
+    return runQuery(*impl_->compiled, pattern_, text,
+                    [](icu::RegexMatcher& matcher, UErrorCode& status) { return matcher.find(status); });
 }
 
 bool Regex::matchesEntire(std::string_view text) const {
-    const PreparedText prepared(text);
-    if (!prepared.fitsIcu()) {
-        return false;
-    }
-    const icu::UnicodeString input = prepared.alias();
-    auto matcher = makeMatcher(*impl_->compiled, input);
-    if (!matcher) {
-        return false;
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    const bool matched = matcher->matches(status);
-    if (U_FAILURE(status)) {
-        reportAbort(pattern_, status);
-        return false;
-    }
-    return matched;
+    return runQuery(*impl_->compiled, pattern_, text,
+                    [](icu::RegexMatcher& matcher, UErrorCode& status) { return matcher.matches(status); });
 }
 
 std::vector<Regex::Span> Regex::findAll(std::string_view text) const {
