@@ -9,22 +9,21 @@
 namespace quillmark {
 namespace {
 
+using Pieces = std::vector<std::string>;
+
 std::shared_ptr<const Regex> compiled(const std::string& pattern) {
     auto regex = Regex::compile(pattern);
     EXPECT_TRUE(regex) << pattern;
     return regex;
 }
 
-TEST(RegexCompile, RejectsMalformedPatterns) {
+TEST(RegexCompile, RejectsMalformedPatternsAndSharesCompilations) {
     for (const char* pattern : {"[", "(", "a{2,1}", "\\", "*a", "(?<n>", "\\p{NoSuchClass}"}) {
         EXPECT_FALSE(Regex::compile(pattern)) << pattern;
     }
     for (const char* pattern : {"", "a", "\\s+", "^[A-Z]{2}$", "\\p{L}+", "[0-9]+(\\.[0-9]{1,2})?"}) {
         EXPECT_TRUE(Regex::compile(pattern)) << pattern;
     }
-}
-
-TEST(RegexCompile, RepeatedPatternsShareOneCompilation) {
     EXPECT_EQ(Regex::compile("ab+c").get(), Regex::compile("ab+c").get());
     EXPECT_EQ(Regex::compile("ab+c")->pattern(), "ab+c");
 }
@@ -35,22 +34,14 @@ TEST(RegexFind, NoFlagsSemantics) {
         std::string text;
         bool found;
     } cases[] = {
-        {"b", "abc", true},
-        {"B", "abc", false},         // case-sensitive
-        {"a.b", "a\nb", false},      // "." stops at line breaks
-        {"a.b", "a-b", true},
-        {"^b$", "a\nb", false},      // anchors hold the whole text, not lines
-        {"^a", "a\nb", true},
-        {"b$", "a\nb", true},
-        {"\\d{3}", "ab123", true},
-        {"\\p{Lu}", "abc", false},
+        {"b", "abc", true}, {"B", "abc", false},  // case-sensitive
+        {"a.b", "a\nb", false}, {"a.b", "a-b", true},  // "." stops at line breaks
+        {"^b$", "a\nb", false}, {"^a", "a\nb", true}, {"b$", "a\nb", true},  // anchors hold the whole text
+        {"\\d{3}", "ab123", true}, {"\\p{Lu}", "abc", false},
         {"\\s", "a\xC2\xA0" "b", true},  // Unicode white space
         {"", "", true},
     };
     for (const auto& c : cases) EXPECT_EQ(compiled(c.pattern)->find(c.text), c.found) << c.pattern << " in " << c.text;
-}
-
-TEST(RegexFind, MatchesEntireText) {
     EXPECT_TRUE(compiled("[A-Z]{2}")->matchesEntire("DE"));
     EXPECT_FALSE(compiled("[A-Z]{2}")->matchesEntire("DEU"));
     EXPECT_FALSE(compiled("[A-Z]{2}")->matchesEntire("xDE"));
@@ -65,34 +56,25 @@ TEST(RegexFindAll, SpansAreUtf8Offsets) {
     EXPECT_EQ(compiled("x*")->findAll("ab").size(), 3u);  // empty matches at 0, 1 and 2
 }
 
-TEST(RegexReplace, Templates) {
+TEST(RegexReplace, TemplatesAndMalformedTemplates) {
     struct Case {
         const char* pattern;
         const char* text;
         const char* replacement;
         const char* expected;
+        bool failed;
     } cases[] = {
-        {"[0-9]", "a1b2", "X", "aXbX"},
-        {"(\\w)(\\d)", "a1b2", "$2$1", "1a2b"},
-        {"b", "abc", "\\$", "a$c"},
-        {"b", "abc", "\\\\", "a\\c"},
-        {"x", "abc", "y", "abc"},
-        {"", "ab", "-", "-a-b-"},
-        {"\\s+", "a \t b", " ", "a b"},
-        {"\xC3\xA4", "\xC3\xA4pfel", "ae", "aepfel"},
+        {"[0-9]", "a1b2", "X", "aXbX", false}, {"(\\w)(\\d)", "a1b2", "$2$1", "1a2b", false},
+        {"b", "abc", "\\$", "a$c", false}, {"b", "abc", "\\\\", "a\\c", false}, {"x", "abc", "y", "abc", false},
+        {"", "ab", "-", "-a-b-", false}, {"\\s+", "a \t b", " ", "a b", false},
+        {"\xC3\xA4", "\xC3\xA4pfel", "ae", "aepfel", false},
+        // A malformed template leaves the text unchanged.
+        {"b", "abc", "$9", "abc", true}, {"b", "abc", "$", "abc", true}, {"b", "abc", "${nope}", "abc", true},
     };
     for (const auto& c : cases) {
         bool failed = false;
-        EXPECT_EQ(compiled(c.pattern)->replaceAll(c.text, c.replacement, &failed), c.expected) << c.pattern;
-        EXPECT_FALSE(failed) << c.pattern;
-    }
-}
-
-TEST(RegexReplace, MalformedTemplateLeavesTextUnchanged) {
-    for (const char* replacement : {"$9", "$", "${nope}"}) {
-        bool failed = false;
-        EXPECT_EQ(compiled("b")->replaceAll("abc", replacement, &failed), "abc") << replacement;
-        EXPECT_TRUE(failed) << replacement;
+        EXPECT_EQ(compiled(c.pattern)->replaceAll(c.text, c.replacement, &failed), c.expected) << c.replacement;
+        EXPECT_EQ(failed, c.failed) << c.replacement;
     }
 }
 
@@ -100,14 +82,10 @@ TEST(RegexSplit, DropsEmptyPieces) {
     struct Case {
         const char* pattern;
         const char* text;
-        std::vector<std::string> pieces;
+        Pieces pieces;
     } cases[] = {
-        {"\\s+", " a  b ", {"a", "b"}},
-        {",", "a,b,,c", {"a", "b", "c"}},
-        {",", "", {""}},
-        {",", ",,", {",,"}},
-        {",", "abc", {"abc"}},
-        {"", "ab", {"a", "b"}},
+        {"\\s+", " a  b ", {"a", "b"}}, {",", "a,b,,c", {"a", "b", "c"}}, {",", "", {""}}, {",", ",,", {",,"}},
+        {",", "abc", {"abc"}}, {"", "ab", {"a", "b"}},
     };
     for (const auto& c : cases) EXPECT_EQ(compiled(c.pattern)->split(c.text), c.pieces) << c.pattern << " " << c.text;
 }
@@ -118,7 +96,7 @@ TEST(RegexTimeLimit, CatastrophicBacktrackingGivesUpAsNoMatch) {
     ScopedLogCapture capture;
     EXPECT_FALSE(regex->find(text));
     EXPECT_TRUE(regex->findAll(text).empty());
-    EXPECT_EQ(regex->split(text), std::vector<std::string>{text});
+    EXPECT_EQ(regex->split(text), Pieces{text});
     bool failed = false;
     EXPECT_EQ(regex->replaceAll(text, "x", &failed), text);
     EXPECT_TRUE(failed);
@@ -128,7 +106,7 @@ TEST(RegexTimeLimit, CatastrophicBacktrackingGivesUpAsNoMatch) {
 
 TEST(RegexInput, MalformedUtf8IsSearchedNotRejected) {
     EXPECT_TRUE(compiled("b")->find("\xFF" "b"));
-    EXPECT_EQ(compiled(",")->split("\xFF,x"), (std::vector<std::string>{"\xFF", "x"}));
+    EXPECT_EQ(compiled(",")->split("\xFF,x"), (Pieces{"\xFF", "x"}));
 }
 
 }  // namespace

@@ -2,80 +2,68 @@
 // parameters and local variables, restoring the caller's variables, and the guard
 // against endless recursion.
 
-#include "function_test_support.h"
+#include "expression_test_support.h"
 #include "quillmark/log.h"
 
 namespace quillmark::testing {
 namespace {
 
-using Definitions = std::vector<std::map<std::string, std::string>>;
-
-class CustomFunctions : public FunctionTest {};
+using CustomFunctions = FunctionTest;
 
 TEST_F(CustomFunctions, ParametersBindByPosition) {
     evaluator.registerFunction("u:pair", {"a", "b"}, "concat($a, '|', $b)", {});
     expectAll({
-        {"u:pair('x', 'y')", "string \"x|y\""},
-        {"u:pair('x', 'y', 'extra')", "string \"x|y\""},
+        {"u:pair('x', 'y')", "string \"x|y\""}, {"u:pair('x', 'y', 'extra')", "string \"x|y\""},
         {"u:pair('x')", "string \"x|0\""},  // an unbound parameter reads as integer 0
-        {"u:pair()", "string \"0|0\""},
-        {"u:pair(cbc:ID, count(cac:Line))", "string \"INV-1|3\""},
+        {"u:pair()", "string \"0|0\""}, {"u:pair(cbc:ID, count(cac:Line))", "string \"INV-1|3\""},
     });
     // A variable of the caller with a parameter's name stays visible when unbound.
     evaluator.setVariable("b", Value::string("outer"));
     EXPECT_EQ(typedEval("u:pair('x')"), "string \"x|outer\"");
 }
 
-TEST_F(CustomFunctions, CallerVariablesComeBackWholesale) {
-    evaluator.registerFunction("u:f", {"a", "b"}, "$a", {{{"name", "local"}, {"select", "'temp'"}}});
-    evaluator.setVariable("a", Value::string("before"));
-    EXPECT_EQ(typedEval("u:f('inside')"), "string \"inside\"");
-    EXPECT_EQ(typed(evaluator.getVariable("a")), "string \"before\"");
-    EXPECT_EQ(typed(evaluator.getVariable("b")), "integer 0");
-    EXPECT_EQ(typed(evaluator.getVariable("local")), "integer 0");
-    EXPECT_EQ(evaluator.getVariables().size(), 1u);
-}
-
-TEST_F(CustomFunctions, LocalVariablesInOrder) {
-    const Definitions locals = {
+TEST_F(CustomFunctions, LocalVariablesInOrderAndCallerVariablesComeBackWholesale) {
+    const std::vector<std::map<std::string, std::string>> locals = {
         {{"name", "double"}, {"select", "$n * 2"}},
-        {{"name", "skipped"}},                       // no select: ignored
-        {{"select", "'no name'"}},                   // no name: ignored
+        {{"name", "skipped"}},        // no select: ignored
+        {{"select", "'no name'"}},    // no name: ignored
         {{"name", "plusOne"}, {"select", "$double + 1"}},
     };
-    evaluator.registerFunction("u:calc", {"n"}, "concat($plusOne, ' ', $skipped)", locals);
+    evaluator.registerFunction("u:calc", {"n", "m"}, "concat($plusOne, ' ', $skipped)", locals);
+    evaluator.setVariable("n", Value::string("before"));
     EXPECT_EQ(typedEval("u:calc(3)"), "string \"7 0\"");
+    EXPECT_EQ(typed(evaluator.getVariable("n")), "string \"before\"");
+    EXPECT_EQ(typed(evaluator.getVariable("m")), "integer 0");
+    EXPECT_EQ(typed(evaluator.getVariable("double")), "integer 0");
+    EXPECT_EQ(evaluator.getVariables().size(), 1u);
 }
 
 TEST_F(CustomFunctions, BodyRunsOnTheCurrentContextNode) {
     evaluator.registerFunction("u:amount", {}, "string(cbc:Amount)", {});
-    EXPECT_EQ(typed(evalAt("u:amount()", select("cac:Line[2]"))), "string \"2\"");
+    evaluator.registerFunction("u:currency", {}, "string(cbc:Amount/@currency)", {});
+    EXPECT_EQ(typedAt("u:amount()", select("cac:Line[2]")), "string \"2\"");
     EXPECT_EQ(typedEval("count(cac:Line[u:amount() = '2'])"), "integer 1");
+    EXPECT_EQ(typedEval("count(cac:Line/u:currency())"), "integer 3");  // a function step along a path
 }
 
-TEST_F(CustomFunctions, RuleSetReplacesABuiltIn) {
+TEST_F(CustomFunctions, RuleSetReplacesABuiltInAndOtherNamesYieldAbsent) {
     evaluator.registerFunction("count", {"x"}, "'mine'", {});
     EXPECT_EQ(typedEval("count(cac:Line)"), "string \"mine\"");
     evaluator.registerFunction("count", {"x"}, "'replaced again'", {});
     EXPECT_EQ(typedEval("count(())"), "string \"replaced again\"");
     EXPECT_EQ(evaluator.customFunctions().size(), 1u);
-}
-
-TEST_F(CustomFunctions, UnknownNamesYieldAbsent) {
-    for (const char* expression :
-         {"u:missing(1)", "fn:count(cac:Line)", "COUNT(())", "xs:Decimal(1)", "u:Slack(1, 1, 1)"}) {
+    for (const char* expression : {"u:missing(1)", "COUNT(())", "xs:Decimal(1)", "u:Slack(1, 1, 1)"}) {
         EXPECT_EQ(typedEval(expression), "absent") << expression;
     }
 }
 
-TEST_F(CustomFunctions, BoundedRecursionWorks) {
+TEST_F(CustomFunctions, RecursionWorksUntilTheDepthLimit) {
     evaluator.registerFunction("u:fact", {"n"}, "if ($n <= 1) then 1 else $n * u:fact($n - 1)", {});
-    EXPECT_EQ(typedEval("u:fact(5)"), "double 120");
     evaluator.registerFunction("u:down", {"n"}, "if ($n <= 0) then 'done' else u:down($n - 1)", {});
+    EXPECT_EQ(typedEval("u:fact(5)"), "double 120");
     EXPECT_EQ(typedEval("u:down(200)"), "string \"done\"");
-}
 
-TEST_F(CustomFunctions, EndlessRecursionStopsWithAbsent) {
+    // Endless recursion stops with absent, logged once per evaluation.
     evaluator.registerFunction("u:loop", {"n"}, "u:loop($n + 1)", {});
     evaluator.registerFunction("u:ping", {}, "u:pong()", {});
     evaluator.registerFunction("u:pong", {}, "concat('x', u:ping())", {});
@@ -94,11 +82,6 @@ TEST_F(CustomFunctions, EndlessRecursionStopsWithAbsent) {
 
     // The evaluator keeps working normally afterwards.
     EXPECT_EQ(typedEval("count(cac:Line)"), "integer 3");
-}
-
-TEST_F(CustomFunctions, FunctionStepsAlongAPath) {
-    evaluator.registerFunction("u:currency", {}, "string(cbc:Amount/@currency)", {});
-    EXPECT_EQ(typedEval("count(cac:Line/u:currency())"), "integer 3");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // Functions with boolean-tagged results, which act as truth tests inside predicates.
 
-#include "function_test_support.h"
+#include "expression_test_support.h"
 
 namespace quillmark::testing {
 namespace {
@@ -9,22 +9,12 @@ using BooleanFunctions = FunctionTest;
 
 TEST_F(BooleanFunctions, TruthValues) {
     expectAll({
-        {"not(())", "boolean true"},
-        {"not('')", "boolean true"},
-        {"not('false')", "boolean false"},
-        {"not(0)", "boolean true"},
-        {"not(cac:Line)", "boolean false"},
-        {"not()", "boolean true"},
-        {"boolean('0')", "boolean true"},
-        {"boolean(0)", "boolean false"},
-        {"boolean((1 = 2))", "boolean false"},
-        {"boolean(())", "boolean false"},
-        {"boolean()", "boolean false"},
-        {"true()", "boolean true"},
-        {"true(0)", "boolean true"},
-        {"false()", "boolean false"},
-        {"false('x')", "boolean false"},
-        {"string(true())", "string \"true\""},
+        {"not(())", "boolean true"}, {"not('')", "boolean true"}, {"not('false')", "boolean false"},
+        {"not(0)", "boolean true"}, {"not(cac:Line)", "boolean false"}, {"not()", "boolean true"},
+        {"boolean('0')", "boolean true"}, {"boolean(0)", "boolean false"}, {"boolean((1 = 2))", "boolean false"},
+        {"boolean(())", "boolean false"}, {"boolean()", "boolean false"},
+        {"true()", "boolean true"}, {"true(0)", "boolean true"}, {"false()", "boolean false"},
+        {"false('x')", "boolean false"}, {"string(true())", "string \"true\""},
     });
 }
 

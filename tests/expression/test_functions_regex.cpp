@@ -1,7 +1,8 @@
-// Regular-expression functions: ICU syntax without flags, fallbacks for patterns that
-// do not compile, and the time limit on runaway patterns.
+// Regular-expression functions: the tags of their results, the fallbacks for missing
+// arguments and for patterns that do not compile, and the time limit on runaway
+// patterns. The matching itself is the regular-expression wrapper's.
 
-#include "function_test_support.h"
+#include "expression_test_support.h"
 #include "quillmark/log.h"
 
 namespace quillmark::testing {
@@ -11,49 +12,32 @@ using RegexFunctions = FunctionTest;
 
 TEST_F(RegexFunctions, Matches) {
     expectAll({
-        {"matches('abc', 'b')", "integer 1"},
-        {"matches('abc', '^b')", "integer 0"},
-        {"matches('ABC', 'b')", "integer 0"},
+        {"matches('abc', 'b')", "integer 1"}, {"matches('abc', '^b')", "integer 0"},
         {"matches('ABC', 'b', 'i')", "integer 0"},  // flags are ignored
         {"matches('', '[')", "boolean true"},       // the pattern is not even compiled
-        {"matches('', 'x')", "boolean true"},
-        {"matches('a', '[')", "boolean false"},
-        {"matches('a')", "boolean false"},
-        {"matches()", "boolean false"},
-        {"matches(cbc:ID, '^[A-Z]+-[0-9]+$')", "integer 1"},
-        {"matches('DE123', '^[A-Z]{2}\\d+$')", "integer 1"},
+        {"matches('', 'x')", "boolean true"}, {"matches('a', '[')", "boolean false"},
+        {"matches('a')", "boolean false"}, {"matches()", "boolean false"},
+        {"matches(cbc:ID, '^[A-Z]+-[0-9]+$')", "integer 1"}, {"matches('DE123', '^[A-Z]{2}\\d+$')", "integer 1"},
         {"matches('\xC3\xA9t\xC3\xA9', '^\\p{L}+$')", "integer 1"},
-        {"matches('a\nb', 'a.b')", "integer 0"},  // "." does not match a line break
-        {"matches('a\nb', '^b$')", "integer 0"},  // "$" anchors at the end of the whole text
     });
 }
 
 TEST_F(RegexFunctions, Tokenize) {
     expectAll({
         {"tokenize(' a  b ', '\\s+')", "sequence(string \"a\", string \"b\")"},
-        {"tokenize('a,b,,c', ',')", "sequence(string \"a\", string \"b\", string \"c\")"},
-        {"tokenize('', ',')", "sequence(string \"\")"},
-        {"tokenize(',,', ',')", "sequence(string \",,\")"},
-        {"tokenize('abc', ',')", "sequence(string \"abc\")"},
-        {"tokenize('a,b', '[')", "sequence(string \"a,b\")"},
+        {"tokenize(',,', ',')", "sequence(string \",,\")"}, {"tokenize('a,b', '[')", "sequence(string \"a,b\")"},
         {"count(tokenize('0088 0192 9930', ' '))", "integer 3"},
-        {"tokenize('a')", "sequence()"},
-        {"tokenize()", "sequence()"},
+        {"tokenize('a')", "sequence()"}, {"tokenize()", "sequence()"},
     });
 }
 
 TEST_F(RegexFunctions, Replace) {
     expectAll({
-        {"replace('a1b2', '[0-9]', 'X')", "string \"aXbX\""},
         {"replace('2024-01-31', '(\\d+)-(\\d+)-(\\d+)', '$3.$2.$1')", "string \"31.01.2024\""},
-        {"replace('abc', 'b', '\\$')", "string \"a$c\""},
-        {"replace('abc', '[', 'x')", "string \"abc\""},
-        {"replace('abc', 'b', '$7')", "string \"abc\""},
-        {"replace(12, '2', '3')", "string \"13\""},
-        {"replace('abc', 'b')", "string \"abc\""},
+        {"replace('abc', '[', 'x')", "string \"abc\""}, {"replace('abc', 'b', '$7')", "string \"abc\""},
+        {"replace(12, '2', '3')", "string \"13\""}, {"replace('abc', 'b')", "string \"abc\""},
         {"replace(2.5, '5')", "double 2.5"},  // the first argument itself, not converted
-        {"replace(2.5)", "double 2.5"},
-        {"replace()", "string \"\""},
+        {"replace(2.5)", "double 2.5"}, {"replace()", "string \"\""},
     });
 }
 

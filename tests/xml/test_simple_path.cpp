@@ -16,11 +16,11 @@ const char* const kNested =
 
 const std::vector<std::string> kPaths = {
     ".", "*", "a", "c", "c/a", "c/@id", "text()", "@id", "@*", "./*", "*/.", "/", "/*", "/*/*", "/r",
-    "*[local-name()='a']", "*[local-name()='a']/*[local-name()='a']", "*[local-name()=\"c\"]/a",
-    "*/@*", "*/@*[local-name()='id']", "*/text()",
-    "//*", "//*/*", "//a", "//c/a", "//text()", "//@*", "//@id", "//@*[local-name()='id']",
-    "//*[local-name()='a']", "//*[local-name()='a']/*", "//*[local-name()='a']/*[local-name()='b']",
-    "//*[local-name()='a']/text()", "//*[local-name()='a']/@id", "//*[local-name()='a']/*/.",
+    "*[local-name()='a']", "*[local-name()='a']/*[local-name()='a']", "*[local-name()=\"c\"]/a", "*/@*",
+    "*/@*[local-name()='id']", "*/text()", "//*", "//*/*", "//a", "//c/a", "//text()", "//@*", "//@id",
+    "//@*[local-name()='id']", "//*[local-name()='a']", "//*[local-name()='a']/*",
+    "//*[local-name()='a']/*[local-name()='b']", "//*[local-name()='a']/text()", "//*[local-name()='a']/@id",
+    "//*[local-name()='a']/*/.",
 };
 
 // Every node of the document, attributes included, as a context.

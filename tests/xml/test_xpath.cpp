@@ -1,3 +1,6 @@
+// The XPath 1.0 engine: selections of every node kind in document order, failures,
+// prefix bindings taken from the context node, and engines on several threads.
+
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -8,84 +11,63 @@
 namespace quillmark::xml {
 namespace {
 
-// One text per selected node: "name" for elements, "@name=value", "'text'".
-std::vector<std::string> describe(const std::vector<Node>& nodes) {
-    std::vector<std::string> result;
+using Names = std::vector<std::string>;
+
+// One text per selected node: "name#n" for elements, "@name=value", "'text'".
+Names describe(const std::vector<Node>& nodes) {
+    Names result;
     for (const Node& node : nodes) {
-        switch (node.kind()) {
-            case NodeKind::Element:
-                result.push_back(node.name() + (node.attribute("n") ? "#" + *node.attribute("n") : ""));
-                break;
-            case NodeKind::Attribute:
-                result.push_back("@" + node.name() + "=" + *node.stringValue());
-                break;
-            case NodeKind::Document:
-                result.push_back("#document");
-                break;
-            default:
-                result.push_back("'" + node.stringValue().value_or("") + "'");
-                break;
-        }
+        if (node.isElement()) result.push_back(node.name() + (node.attribute("n") ? "#" + *node.attribute("n") : ""));
+        else if (node.kind() == NodeKind::Attribute) result.push_back("@" + node.name() + "=" + *node.stringValue());
+        else if (node.kind() == NodeKind::Document) result.push_back("#document");
+        else result.push_back("'" + node.stringValue().value_or("") + "'");
     }
     return result;
 }
 
-using Names = std::vector<std::string>;
-
-const char* const kOrder =
-    "<r xmlns:p=\"urn:p\"><a n=\"1\"><b n=\"2\">t1</b></a><b n=\"3\" id=\"x\"/>"
-    "<p:c n=\"4\"><a n=\"5\">t2</a></p:c></r>";
-
-struct SelectCase {
-    const char* xpath;
-    Names expected;
+class XPathSelection : public ::testing::Test {
+protected:
+    void SetUp() override {
+        document = Document::parse("<r xmlns:p=\"urn:p\"><a n=\"1\"><b n=\"2\">t1</b></a><b n=\"3\" id=\"x\"/>"
+                                   "<p:c n=\"4\"><a n=\"5\">t2</a></p:c></r>",
+                                   nullptr);
+        ASSERT_NE(document, nullptr);
+    }
+    std::shared_ptr<Document> document;
+    XPathEngine engine;
 };
 
-TEST(XPathEngine, SelectsNodesOfEveryKindInDocumentOrder) {
-    auto document = Document::parse(kOrder, nullptr);
-    ASSERT_NE(document, nullptr);
-    const Node root = document->rootElement();
-    const std::vector<SelectCase> cases = {
-        {"//b | //a", {"a#1", "b#2", "b#3", "a#5"}},
-        {"//a[@n='5']/ancestor::*", {"r", "p:c#4"}},
-        {"(//b)[last()] | //p:c", {"b#3", "p:c#4"}},
-        {"//@id | //b/@n", {"@n=2", "@n=3", "@id=x"}},
-        {"//text()", {"'t1'", "'t2'"}},
-        {"p:c/a", {"a#5"}},  // the prefix comes from the document's declarations
-        {"/", {"#document"}},
-        {"nothing", {}},
+TEST_F(XPathSelection, SelectsNodesOfEveryKindInDocumentOrderFromAnyContext) {
+    struct Case {
+        const char* context;  // selected from the document node; empty for the root element
+        const char* xpath;
+        Names expected;
     };
-    XPathEngine engine;
-    for (const SelectCase& c : cases) {
+    const std::vector<Case> cases = {
+        {"", "//b | //a", {"a#1", "b#2", "b#3", "a#5"}}, {"", "//a[@n='5']/ancestor::*", {"r", "p:c#4"}},
+        {"", "(//b)[last()] | //p:c", {"b#3", "p:c#4"}}, {"", "//@id | //b/@n", {"@n=2", "@n=3", "@id=x"}},
+        {"", "//text()", {"'t1'", "'t2'"}},
+        {"", "p:c/a", {"a#5"}},  // the prefix comes from the document's declarations
+        {"", "/", {"#document"}}, {"", "nothing", {}},
+        {"//@id", "..", {"b#3"}}, {"//@id", ".", {"@id=x"}}, {"(//text())[2]", "ancestor::p:c", {"p:c#4"}},
+    };
+    for (const Case& c : cases) {
+        const Node context = *c.context ? engine.select(document->node(), c.context).at(0) : document->rootElement();
         bool failed = true;
-        EXPECT_EQ(describe(engine.select(root, c.xpath, &failed)), c.expected) << c.xpath;
+        EXPECT_EQ(describe(engine.select(context, c.xpath, &failed)), c.expected) << c.xpath;
         EXPECT_FALSE(failed) << c.xpath;
     }
+    bool failed = true;
+    EXPECT_EQ(describe(document->rootElement().nodesForXPath("a/b", &failed)), (Names{"b#2"}));  // a one-off engine
+    EXPECT_FALSE(failed);
 }
 
-TEST(XPathEngine, EvaluatesFromAttributesAndTextNodes) {
-    auto document = Document::parse(kOrder, nullptr);
-    ASSERT_NE(document, nullptr);
-    XPathEngine engine;
-    const Node id = engine.select(document->node(), "//@id").at(0);
-    EXPECT_EQ(describe(engine.select(id, "..")), (Names{"b#3"}));
-    EXPECT_EQ(describe(engine.select(id, ".")), (Names{"@id=x"}));
-    const Node text = engine.select(document->node(), "//text()").at(1);
-    EXPECT_EQ(describe(engine.select(text, "ancestor::p:c")), (Names{"p:c#4"}));
-}
-
-TEST(XPathEngine, FailuresGiveAnEmptyListAndPrintNothing) {
-    auto document = Document::parse(kOrder, nullptr);
-    ASSERT_NE(document, nullptr);
+TEST_F(XPathSelection, FailuresGiveAnEmptyListAndPrintNothing) {
     const Node root = document->rootElement();
-    const std::vector<const char*> failing = {
-        "//[",           "a b",         "a[",         "$undefined",  "unknown-function(.)", "q:c",
-        "count(//a)",    "'text'",      "1 div 0",    "//a = 'x'",   "upper-case()",        "",
-        "substring(",    ")))",         "@",          "/(",          "//a/(",               "'unterminated",
-    };
-    XPathEngine engine;
     ::testing::internal::CaptureStderr();
-    for (const char* xpath : failing) {
+    for (const char* xpath : {"//[", "a b", "a[", "$undefined", "unknown-function(.)", "q:c", "count(//a)", "'text'",
+                              "1 div 0", "//a = 'x'", "upper-case()", "", "substring(", ")))", "@", "/(", "//a/(",
+                              "'unterminated"}) {
         bool failed = false;
         EXPECT_TRUE(engine.select(root, xpath, &failed).empty()) << xpath;
         EXPECT_TRUE(failed) << xpath;
@@ -93,6 +75,8 @@ TEST(XPathEngine, FailuresGiveAnEmptyListAndPrintNothing) {
     }
     bool failed = false;
     EXPECT_TRUE(engine.select(Node(), "*", &failed).empty());
+    EXPECT_TRUE(failed);
+    EXPECT_TRUE(root.nodesForXPath("a/[", &failed).empty());
     EXPECT_TRUE(failed);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
@@ -105,16 +89,12 @@ TEST(XPathEngine, BindsPrefixesAtTheContextNodeOfEachEvaluation) {
     auto second = Document::parse("<r xmlns:p=\"urn:two\"><p:x n=\"4\"/></r>", nullptr);
     ASSERT_TRUE(first && second);
     XPathEngine engine;
-    const Node y = first->rootElement().children()[1];
     EXPECT_EQ(describe(engine.select(first->rootElement(), "p:x")), (Names{"p:x#1"}));
-    EXPECT_EQ(describe(engine.select(y, "p:x")), (Names{"p:x#2"}));
+    EXPECT_EQ(describe(engine.select(first->rootElement().children()[1], "p:x")), (Names{"p:x#2"}));
     EXPECT_EQ(describe(engine.select(second->rootElement(), "p:x")), (Names{"p:x#4"}));
     EXPECT_EQ(describe(engine.select(first->node(), "//p:x")), (Names{"p:x#1", "x#3"}));
     EXPECT_EQ(describe(engine.select(second->node(), "//p:x")), (Names{"p:x#4"}));
-}
-
-TEST(XPathEngine, ServesDocumentsThatComeAndGo) {
-    XPathEngine engine;
+    // Documents that come and go, each with its own binding of the prefix.
     for (int round = 0; round < 5; ++round) {
         const std::string n = std::to_string(round);
         auto document = Document::parse("<r xmlns:q=\"urn:q" + n + "\"><q:a n=\"" + n + "\"/></r>", nullptr);
@@ -132,17 +112,14 @@ TEST(XPathEngine, SelectsFromARealInvoice) {
     const Node root = document->rootElement();
     const auto lines = engine.select(root, "cac:InvoiceLine");
     ASSERT_EQ(lines.size(), 20u);
-    std::vector<std::string> ids;
-    for (const Node& line : lines) ids.push_back(*engine.select(line, "cbc:ID").at(0).stringValue());
-    EXPECT_EQ(ids.front(), "1");
-    EXPECT_EQ(ids.back(), "20");
+    EXPECT_EQ(engine.select(lines.front(), "cbc:ID").at(0).stringValue(), "1");
+    EXPECT_EQ(engine.select(lines.back(), "cbc:ID").at(0).stringValue(), "20");
     // The prefix-free form that rewritten rule-set paths use.
     EXPECT_EQ(engine.select(document->node(), "//*[local-name()='TaxSubtotal']"
-                                              "[*[local-name()='TaxCategory']/*[local-name()='Percent']='21']")
-                  .size(),
+                                              "[*[local-name()='TaxCategory']/*[local-name()='Percent']='21']").size(),
               1u);
-    const auto amounts = engine.select(root, "cac:TaxTotal/cac:TaxSubtotal/cbc:TaxAmount/@currencyID");
-    EXPECT_EQ(describe(amounts), (Names{"@currencyID=EUR", "@currencyID=EUR"}));
+    EXPECT_EQ(describe(engine.select(root, "cac:TaxTotal/cac:TaxSubtotal/cbc:TaxAmount/@currencyID")),
+              (Names{"@currencyID=EUR", "@currencyID=EUR"}));
     // Rule-set forms: a function step compared with a literal, and upper-case().
     EXPECT_EQ(engine.select(root, "//cac:TaxSubtotal[cac:TaxCategory/normalize-space(cbc:ID)='S']").size(), 2u);
     EXPECT_EQ(engine.select(root, "//cac:TaxCategory[cac:TaxScheme/normalize-space(upper-case(cbc:ID))='VAT']").size(),
@@ -167,16 +144,6 @@ TEST(XPathEngine, EnginesOnDifferentThreadsDoNotInterfere) {
     }
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(matches, (std::vector<int>{200, 200, 200, 200}));
-}
-
-TEST(NodesForXPath, UsesAOneOffEngine) {
-    auto document = Document::parse(kOrder, nullptr);
-    ASSERT_NE(document, nullptr);
-    bool failed = true;
-    EXPECT_EQ(describe(document->rootElement().nodesForXPath("a/b", &failed)), (Names{"b#2"}));
-    EXPECT_FALSE(failed);
-    EXPECT_TRUE(document->rootElement().nodesForXPath("a/[", &failed).empty());
-    EXPECT_TRUE(failed);
 }
 
 }  // namespace
