@@ -4,100 +4,69 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include <nlohmann/json.hpp>
 
-#include "support/test_support.h"
+#include "support/schematron_test_support.h"
 
 namespace quillmark {
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 using testing::runCli;
 
 std::vector<json> jsonLines(const std::string& out) {
     std::vector<json> lines;
-    std::istringstream stream(out);
-    std::string line;
-    while (std::getline(stream, line)) lines.push_back(json::parse(line));
+    for (const auto& line : testing::textLines(out)) lines.push_back(json::parse(line));
     return lines;
 }
 
-class CatalogCliTest : public ::testing::Test {
+class CatalogCliTest : public testing::TempDirectoryTest {
 protected:
     void SetUp() override {
-        first_ = testing::makeTempDirectory("quillmark-cli-catalog");
-        second_ = testing::makeTempDirectory("quillmark-cli-catalog");
-        std::ofstream(first_ + "/rules.sch") << R"~(<schema xmlns="http://purl.oclc.org/dsdl/schematron">
-  <title>Order rules</title>
-  <ns prefix="o" uri="urn:order"/><ns prefix="c" uri="urn:common"/>
-  <let name="ORDER-CIUS" value="'urn:order:1.0'"/>
-</schema>)~";
-        std::ofstream(first_ + "/rules-preprocessed.sch") << "<schema/>";
-        std::ofstream(second_ + "/order.xsd")
-            << R"~(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema" targetNamespace="urn:order"/>)~";
+        TempDirectoryTest::SetUp();
+        write("first/rules.sch", testing::schematronText(R"~(<title>Order rules</title>
+  <ns prefix="o" uri="urn:order"/><ns prefix="c" uri="urn:common"/><let name="ORDER-CIUS" value="'urn:order:1.0'"/>)~"));
+        write("first/rules-preprocessed.sch", "<schema/>");
+        write("second/order.xsd",
+              R"~(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema" targetNamespace="urn:order"/>)~");
     }
-    void TearDown() override {
-        fs::remove_all(first_);
-        fs::remove_all(second_);
-    }
-
-    std::string first_;
-    std::string second_;
 };
 
 TEST_F(CatalogCliTest, PrintsOneLinePerEntry) {
-    auto result = runCli({"catalog", "--schemas", first_, "--schemas", second_});
+    auto result = runCli({"catalog", "--schemas", path("first"), "--schemas", path("second")});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     auto lines = jsonLines(result.out);
     ASSERT_EQ(lines.size(), 2u);
-
     std::map<std::string, json> byPath;
     for (const auto& line : lines) byPath[line.at("path")] = line;
-    EXPECT_EQ(byPath.at(first_ + "/rules.sch"), json::parse(R"~({"path": ")~" + first_ + R"~(/rules.sch",
+    EXPECT_EQ(byPath.at(path("first/rules.sch")), json::parse(R"~({"path": ")~" + path("first/rules.sch") + R"~(",
         "type": "schematron", "title": "Order rules", "namespaces": {"c": "urn:common", "o": "urn:order"},
         "customizationID": "urn:order:1.0"})~"));
-    EXPECT_EQ(byPath.at(second_ + "/order.xsd"), json::parse(R"~({"path": ")~" + second_ + R"~(/order.xsd",
+    EXPECT_EQ(byPath.at(path("second/order.xsd")), json::parse(R"~({"path": ")~" + path("second/order.xsd") + R"~(",
         "type": "xsd", "title": "order", "namespaces": {"target": "urn:order"}, "customizationID": null})~"));
     // Keys in a fixed order, so that pipelines can rely on the text too.
     EXPECT_EQ(result.out.substr(0, 9), R"~({"path":")~");
+    // Several directories may follow one option.
+    EXPECT_EQ(runCli({"catalog", "--schemas", path("first"), path("second")}).out, result.out);
 }
 
-TEST_F(CatalogCliTest, SeveralDirectoriesAfterOneOption) {
-    auto result = runCli({"catalog", "--schemas", first_, second_});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(jsonLines(result.out).size(), 2u);
-}
+TEST_F(CatalogCliTest, ProblemsAreOneLineOnStderr) {
+    auto missing = runCli({"catalog", "--schemas", path("first"), "--schemas", path("absent")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.out, "");
+    EXPECT_NE(missing.err.find(path("absent")), std::string::npos) << missing.err;
+    EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1) << missing.err;
 
-TEST_F(CatalogCliTest, MissingDirectoryIsAOneLineError) {
-    auto result = runCli({"catalog", "--schemas", first_, "--schemas", first_ + "/absent"});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_NE(result.err.find(first_ + "/absent"), std::string::npos) << result.err;
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-}
+    // A malformed schema is logged and the rest listed.
+    write("first/broken.sch", "<schema>");
+    auto malformed = runCli({"catalog", "--schemas", path("first")});
+    EXPECT_EQ(malformed.exitCode, 0);
+    EXPECT_EQ(jsonLines(malformed.out).size(), 1u);
+    EXPECT_TRUE(malformed.err.starts_with("Error parsing schema file " + path("first/broken.sch") + ": ")) << malformed.err;
 
-TEST_F(CatalogCliTest, MalformedSchemaIsLoggedAndTheRestListed) {
-    std::ofstream(first_ + "/broken.sch") << "<schema>";
-    auto result = runCli({"catalog", "--schemas", first_});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(jsonLines(result.out).size(), 1u);
-    EXPECT_EQ(result.err.rfind("Error parsing schema file " + first_ + "/broken.sch: ", 0), 0u) << result.err;
-}
-
-TEST(CatalogCliUsageTest, SchemasOptionIsRequired) {
-    auto result = runCli({"catalog"});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_NE(result.err, "");
+    testing::expectUsageErrors({{"catalog"}});
 }
 
 TEST(CatalogCliCorpusTest, ListsThePeppolRuleSets) {

@@ -1,26 +1,18 @@
+// `quillmark eval`: typed values, variables, namespaces, the trace, and the errors of
+// unreadable contexts and bad usage.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 
-#include "support/test_support.h"
+#include "support/schematron_test_support.h"
 
 namespace quillmark {
 namespace {
 
-using testing::runCli;
-using testing::sourcePath;
-
-struct EvalCase {
-    std::vector<std::string> arguments;
-    std::string out;
-    std::string err;
-    int exitCode;
-};
-
 TEST(EvalCommand, PrintsTypedValuesTraceAndErrors) {
-    const std::string invoice = sourcePath("examples/invoice-valid.xml");
-    const EvalCase cases[] = {
+    const std::string invoice = testing::sourcePath("examples/invoice-valid.xml");
+    testing::expectCliRuns({
         {{"eval", "--context", invoice, "sum(//cac:InvoiceLine/cbc:LineExtensionAmount)"}, "double 200\n", "", 0},
         {{"eval", "--context", invoice, "--var", "id=2", "//cac:InvoiceLine[cbc:ID=$id]/cbc:ID"},
          "sequence 1\n  element cbc:ID\n", "", 0},
@@ -38,35 +30,20 @@ TEST(EvalCommand, PrintsTypedValuesTraceAndErrors) {
         {{"eval", "--context", "/no/such/file.xml", "1"}, "",
          "quillmark: cannot read /no/such/file.xml: No such file or directory\n", 2},
         {{"eval", "--var", "novalue", "1"}, "", "quillmark: --var expects NAME=EXPR, got \"novalue\"\n", 2},
-    };
-    for (const auto& c : cases) {
-        auto result = runCli(c.arguments);
-        std::string label = c.arguments.back();
-        EXPECT_EQ(result.out, c.out) << label;
-        EXPECT_EQ(result.err, c.err) << label;
-        EXPECT_EQ(result.exitCode, c.exitCode) << label;
-    }
+    });
+    testing::expectUsageErrors({{"eval"}});
 }
 
-TEST(EvalCommand, IllFormedContextIsOneLineAndExitTwo) {
-    std::string directory = testing::makeTempDirectory("eval-cli");
-    std::string broken = directory + "/broken.xml";
-    FILE* file = std::fopen(broken.c_str(), "w");
-    std::fputs("<Invoice><cbc:ID>1</Invoice>", file);
-    std::fclose(file);
-    auto result = runCli({"eval", "--context", broken, "1"});
+using EvalContextTest = testing::TempDirectoryTest;
+
+TEST_F(EvalContextTest, IllFormedContextIsOneLineAndExitTwo) {
+    const std::string broken = write("broken.xml", "<Invoice><cbc:ID>1</Invoice>");
+    auto result = testing::runCli({"eval", "--context", broken, "1"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(result.out, "");
     EXPECT_NE(result.err.find(broken), std::string::npos) << result.err;
     EXPECT_NE(result.err.find("line 1"), std::string::npos) << result.err;
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-}
-
-TEST(EvalCommand, MissingExpressionIsAUsageError) {
-    auto result = runCli({"eval"});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_FALSE(result.err.empty());
 }
 
 }  // namespace

@@ -2,45 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "support/test_support.h"
+#include "support/schematron_test_support.h"
 
 namespace quillmark {
 namespace {
 
-struct CliCase {
-    std::vector<std::string> arguments;
-    std::string out;
-    std::string err;
-    int exitCode;
-};
-
-void expectRuns(const std::vector<CliCase>& cases) {
-    for (const auto& testCase : cases) {
-        std::string command;
-        for (const auto& argument : testCase.arguments) command += argument + " ";
-        SCOPED_TRACE(command);
-        auto result = testing::runCli(testCase.arguments);
-        EXPECT_EQ(result.out, testCase.out);
-        EXPECT_EQ(result.err, testCase.err);
-        EXPECT_EQ(result.exitCode, testCase.exitCode);
-    }
-}
+using testing::expectCliRuns;
 
 TEST(TokensCommand, PrintsOneTokenPerLine) {
-    expectRuns({
+    expectCliRuns({
         {{"tokens", "count(//cac:InvoiceLine) >= 1"},
-         "<IDENT: count>\n"
-         "<(: (>\n"
-         "<//: //>\n"
-         "<IDENT: cac>\n"
-         "<:: :>\n"
-         "<IDENT: InvoiceLine>\n"
-         "<): )>\n"
-         "<>=: >=>\n"
-         "<NUMBER: 1>\n"
+         "<IDENT: count>\n<(: (>\n<//: //>\n<IDENT: cac>\n<:: :>\n<IDENT: InvoiceLine>\n<): )>\n<>=: >=>\n<NUMBER: 1>\n"
          "<EOF: >\n",
          "", 0},
         {{"tokens", ""}, "<EOF: >\n", "", 0},
@@ -51,7 +23,7 @@ TEST(TokensCommand, PrintsOneTokenPerLine) {
 }
 
 TEST(AstCommand, PrintsTheTreeDump) {
-    expectRuns({
+    expectCliRuns({
         {{"ast", "$a + 1 = 2"},
          "BinaryOp(=)\n"
          "  BinaryOp(+)\n"
@@ -69,19 +41,7 @@ TEST(AstCommand, PrintsTheTreeDump) {
         {{"ast", ")"}, "", "Failed to parse XPath expression\n", 1},
         {{"ast", ""}, "", "Failed to parse XPath expression\n", 1},
     });
-}
-
-TEST(TokensAndAstCommands, BadUsage) {
-    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
-             {"tokens"}, {"ast"}, {"tokens", "a", "b"}, {"ast", "--bogus", "1"}}) {
-        std::string command;
-        for (const auto& argument : arguments) command += argument + " ";
-        SCOPED_TRACE(command);
-        auto result = testing::runCli(arguments);
-        EXPECT_EQ(result.exitCode, 2);
-        EXPECT_EQ(result.out, "");
-        EXPECT_FALSE(result.err.empty());
-    }
+    testing::expectUsageErrors({{"tokens"}, {"ast"}, {"tokens", "a", "b"}, {"ast", "--bogus", "1"}});
 }
 
 }  // namespace

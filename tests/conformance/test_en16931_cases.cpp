@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <iostream>
 #include <map>
+#include <regex>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
@@ -19,10 +19,10 @@
 namespace quillmark {
 namespace {
 
-using ::quillmark::testing::corpusAvailable;
-using ::quillmark::testing::corpusPath;
-using ::quillmark::testing::readFile;
-using ::quillmark::testing::sourcePath;
+using testing::corpusAvailable;
+using testing::corpusPath;
+using testing::readFile;
+using testing::sourcePath;
 
 constexpr const char* kUBLRules = "en16931/ubl/schematron/preprocessed/EN16931-UBL-validation-preprocessed.sch";
 constexpr const char* kCIIRules = "en16931/cii/schematron/preprocessed/EN16931-CII-validation-preprocessed.sch";
@@ -35,27 +35,17 @@ struct Expectation {
 };
 
 struct Fired {
-    std::set<std::string> errors;
-    std::set<std::string> warnings;
+    std::set<std::string> errors, warnings;
 };
-
-std::string trim(const std::string& text) {
-    const auto first = text.find_first_not_of(" \t`");
-    if (first == std::string::npos) return "";
-    const auto last = text.find_last_not_of(" \t`");
-    return text.substr(first, last - first + 1);
-}
 
 // Keys ("case rule") of the table rows of deviations.md whose first cell names a case.
 std::set<std::string> listedDeviations() {
+    static const std::regex row(R"(^\|\s*`?([^|`]*?\.xml)`?\s*\|\s*`?([^|`]*?)`?\s*\|)");
     std::set<std::string> keys;
     std::istringstream in(readFile(sourcePath("tests/conformance/deviations.md")));
+    std::smatch cells;
     for (std::string line; std::getline(in, line);) {
-        if (line.rfind("|", 0) != 0) continue;
-        std::vector<std::string> cells;
-        std::istringstream row(line.substr(1));
-        for (std::string cell; std::getline(row, cell, '|');) cells.push_back(trim(cell));
-        if (cells.size() >= 2 && cells[0].ends_with(".xml")) keys.insert(cells[0] + " " + cells[1]);
+        if (std::regex_search(line, cells, row)) keys.insert(cells.str(1) + " " + cells.str(2));
     }
     return keys;
 }
@@ -72,9 +62,9 @@ std::vector<Expectation> loadExpectations() {
 }
 
 bool isMet(const Expectation& expectation, const Fired& fired) {
-    if (expectation.kind == "error") return fired.errors.count(expectation.rule) > 0;
-    if (expectation.kind == "warning") return fired.warnings.count(expectation.rule) > 0;
-    return fired.errors.count(expectation.rule) == 0 && fired.warnings.count(expectation.rule) == 0;
+    if (expectation.kind == "error") return fired.errors.contains(expectation.rule);
+    if (expectation.kind == "warning") return fired.warnings.contains(expectation.rule);
+    return !fired.errors.contains(expectation.rule) && !fired.warnings.contains(expectation.rule);
 }
 
 std::string describe(const Fired& fired) {

@@ -2,37 +2,26 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "quillmark/schematron_validator.h"
 #include "quillmark/xml.h"
-#include "support/test_support.h"
+#include "support/schematron_test_support.h"
 
 namespace quillmark {
 namespace {
 
-namespace fs = std::filesystem;
+using testing::schematronText;
+using Lines = std::vector<std::string>;
 
-constexpr const char* kOrderRules = R"~(<schema xmlns="http://purl.oclc.org/dsdl/schematron">
-  <ns prefix="o" uri="urn:order"/>
-  <pattern id="lines">
-    <rule id="line" context="o:Line">
-      <assert id="LINE-1" test="o:Quantity > 0">Quantity must be positive, got <value-of select="o:Quantity"/></assert>
-    </rule>
-  </pattern>
-</schema>)~";
+const std::string kOrderRules = schematronText(R"~(<ns prefix="o" uri="urn:order"/>
+  <pattern id="lines"><rule id="line" context="o:Line">
+    <assert id="LINE-1" test="o:Quantity > 0">Quantity must be positive, got <value-of select="o:Quantity"/></assert>
+  </rule></pattern>)~");
 
-constexpr const char* kOrderText = R"~(<Order xmlns="urn:order"><Line><Quantity>2</Quantity></Line><Line><Quantity>0</Quantity></Line></Order>)~";
-
-std::vector<std::string> describe(const QMValidationResult& result) {
-    std::vector<std::string> lines;
-    for (const auto& issue : result.errors) lines.push_back(issue.assertionId + " " + issue.location + " " + issue.message);
-    for (const auto& issue : result.warnings) lines.push_back("warning " + issue.assertionId + " " + issue.location);
-    return lines;
-}
+constexpr const char* kOrderText =
+    R"~(<Order xmlns="urn:order"><Line><Quantity>2</Quantity></Line><Line><Quantity>0</Quantity></Line></Order>)~";
 
 std::shared_ptr<xml::Document> buildOrderInMemory() {
     auto document = xml::Document::create();
@@ -46,68 +35,44 @@ std::shared_ptr<xml::Document> buildOrderInMemory() {
 
 TEST(DocumentConvenienceTest, BuiltAndParsedDocumentsGiveTheSameFindings) {
     Error error;
-    auto parsed = xml::Document::parse(kOrderText, &error);
-    ASSERT_TRUE(parsed) << error.message();
-    auto fromText = validateWithSchematron(*parsed, kOrderRules, &error);
-    ASSERT_TRUE(fromText) << error.message();
-    auto fromMemory = validateWithSchematron(*buildOrderInMemory(), kOrderRules, &error);
-    ASSERT_TRUE(fromMemory) << error.message();
-
-    const std::vector<std::string> expected = {"LINE-1 /Order[1]/Line[2] Quantity must be positive, got 0"};
-    EXPECT_EQ(describe(*fromText), expected);
-    EXPECT_EQ(describe(*fromMemory), expected);
-    EXPECT_FALSE(fromMemory->valid);
+    for (const auto& document : {testing::parseXML(kOrderText), buildOrderInMemory()}) {
+        auto result = validateWithSchematron(*document, kOrderRules, &error);
+        ASSERT_TRUE(result) << error.message();
+        EXPECT_EQ(testing::idLocationMessage(result->errors),
+                  Lines{"LINE-1 /Order[1]/Line[2] Quantity must be positive, got 0"});
+        EXPECT_FALSE(result->valid);
+    }
     EXPECT_FALSE(error);
-}
-
-TEST(DocumentConvenienceTest, BrokenRulesAreThePlatformsError) {
-    Error error;
-    auto document = xml::Document::parse(kOrderText, &error);
-    EXPECT_EQ(validateWithSchematron(*document, "<schema>", &error), std::nullopt);
+    // Broken rules give the parser's error.
+    EXPECT_EQ(validateWithSchematron(*testing::parseXML(kOrderText), "<schema>", &error), std::nullopt);
     EXPECT_EQ(error.domain, kXMLParserDomain);
 }
 
-class DocumentConvenienceFileTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        directory_ = testing::makeTempDirectory("quillmark-convenience");
-        // The line rule lives in an included file; the including file checks the root.
-        std::ofstream(directory_ + "/main.sch") << R"~(<schema xmlns="http://purl.oclc.org/dsdl/schematron">
-  <ns prefix="o" uri="urn:order"/>
-  <pattern id="order">
-    <rule id="root" context="o:Order"><report id="ORDER-SEEN" test="true()">order</report></rule>
-  </pattern>
-  <include href="lines.sch"/>
-</schema>)~";
-        std::ofstream(directory_ + "/lines.sch") << R"~(<schema xmlns="http://purl.oclc.org/dsdl/schematron">
-  <pattern id="lines">
-    <rule id="line" context="o:Line"><assert id="LINE-1" test="o:Quantity > 0">positive</assert></rule>
-  </pattern>
-</schema>)~";
-    }
-    void TearDown() override { fs::remove_all(directory_); }
-
-    std::string directory_;
-};
+using DocumentConvenienceFileTest = testing::TempDirectoryTest;
 
 TEST_F(DocumentConvenienceFileTest, IncludesAreNotResolved) {
+    // The line rule lives in an included file; the including file checks the root.
+    write("main.sch", schematronText(R"~(<ns prefix="o" uri="urn:order"/>
+  <pattern id="order"><rule id="root" context="o:Order">
+    <report id="ORDER-SEEN" test="true()">order</report></rule></pattern>
+  <include href="lines.sch"/>)~"));
+    write("lines.sch", schematronText(R"~(<pattern id="lines">
+  <rule id="line" context="o:Line"><assert id="LINE-1" test="o:Quantity > 0">positive</assert></rule></pattern>)~"));
     Error error;
-    auto document = xml::Document::parse(kOrderText, &error);
-    auto result = validateWithSchematronFile(*document, directory_ + "/main.sch", &error);
+    auto document = testing::parseXML(kOrderText);
+    auto result = validateWithSchematronFile(*document, path("main.sch"), &error);
     ASSERT_TRUE(result) << error.message();
-    EXPECT_EQ(describe(*result), std::vector<std::string>{"warning ORDER-SEEN /Order[1]"});
+    EXPECT_TRUE(result->errors.empty());
+    EXPECT_EQ(testing::idLocationMessage(result->warnings), Lines{"ORDER-SEEN /Order[1] order"});
 
-    // The validator's own file operation does resolve them.
+    // The validator's own file operation does resolve them, and names no schema files.
     QMSchematronValidator validator;
-    auto resolved = validator.validateXMLWithSchemaFile(kOrderText, directory_ + "/main.sch", nullptr);
+    auto resolved = validator.validateXMLWithSchemaFile(kOrderText, path("main.sch"), nullptr);
     ASSERT_TRUE(resolved);
-    EXPECT_EQ(resolved->errors.size(), 1u);
-}
+    EXPECT_EQ(testing::ids(resolved->errors), Lines{"LINE-1"});
+    EXPECT_FALSE(resolved->schemaFiles);
 
-TEST_F(DocumentConvenienceFileTest, UnreadableFileIsTheFileError) {
-    Error error;
-    auto document = xml::Document::parse(kOrderText, &error);
-    EXPECT_EQ(validateWithSchematronFile(*document, directory_ + "/absent.sch", &error), std::nullopt);
+    EXPECT_EQ(validateWithSchematronFile(*document, path("absent.sch"), &error), std::nullopt);
     EXPECT_EQ(error.domain, kFileDomain);
 }
 

@@ -4,11 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-
 #include "quillmark/ui/document_window_controller.h"
-#include "support/test_support.h"
+#include "support/schematron_test_support.h"
 #include "ui_test_helpers.h"
 
 namespace quillmark {
@@ -17,17 +14,11 @@ namespace {
 using testing::LanguageScope;
 using testing::RecordingTextView;
 
-constexpr const char* kRules = R"xml(<schema xmlns="http://purl.oclc.org/dsdl/schematron" queryBinding="xslt2">
-  <title>Order rules</title>
-  <ns prefix="o" uri="urn:example:order"/>
-  <pattern id="order">
-    <rule id="order-root" context="/o:Order">
-      <assert id="O-01" test="o:ID" flag="fatal">[O-01]-An order must have an identifier.</assert>
-      <assert id="O-02" test="not(o:Note)" flag="warning">[O-02]-Notes are not processed.</assert>
-    </rule>
-  </pattern>
-</schema>
-)xml";
+const std::string kRules = testing::schematronText(R"xml(<title>Order rules</title><ns prefix="o" uri="urn:example:order"/>
+  <pattern id="order"><rule id="order-root" context="/o:Order">
+    <assert id="O-01" test="o:ID" flag="fatal">[O-01]-An order must have an identifier.</assert>
+    <assert id="O-02" test="not(o:Note)" flag="warning">[O-02]-Notes are not processed.</assert>
+  </rule></pattern>)xml");
 
 constexpr const char* kClean = "<Order xmlns=\"urn:example:order\"><ID>1</ID></Order>";
 constexpr const char* kWithError = "<Order xmlns=\"urn:example:order\"><Total>1</Total></Order>";
@@ -35,66 +26,53 @@ constexpr const char* kWithWarning = "<Order xmlns=\"urn:example:order\"><ID>1</
 constexpr const char* kPrefixedWithError = "<o:Order xmlns:o=\"urn:example:order\"><o:Total>1</o:Total></o:Order>";
 constexpr const char* kOtherKind = "<Catalogue xmlns=\"urn:example:catalogue\"><Item/></Catalogue>";
 
-class DocumentWindowTest : public ::testing::Test {
+class DocumentWindowTest : public testing::TempDirectoryTest {
 protected:
-    static void SetUpTestSuite() {
-        schemaDirectory = new std::string(testing::makeTempDirectory("quillmark-ui-rules"));
-        std::ofstream(*schemaDirectory + "/order.sch") << kRules;
-    }
-    static void TearDownTestSuite() {
-        std::filesystem::remove_all(*schemaDirectory);
-        delete schemaDirectory;
-    }
     void SetUp() override {
-        validator.addSchemaDirectory(*schemaDirectory);
+        TempDirectoryTest::SetUp();
+        write("order.sch", kRules);
+        validator.addSchemaDirectory(directory_);
         controller.setResultsTextView(&textView);
         controller.windowDidLoad();
     }
 
-    static std::string* schemaDirectory;
     LanguageScope english{ui::Language::English};
     QMSchematronValidator validator;
     RecordingTextView textView;
     QMXMLDocumentWindowController controller;
 };
-std::string* DocumentWindowTest::schemaDirectory = nullptr;
 
+// A fresh window shows a grey, disabled dot and no sheet; a validation outcome decides
+// the dot and whether the sheet opens by itself.
 TEST_F(DocumentWindowTest, OutcomeDecidesDotAndSheet) {
+    EXPECT_EQ(controller.statusButton().image, statusIconForStatus(0));
+    EXPECT_FALSE(controller.statusButton().enabled);
+    EXPECT_FALSE(controller.canShowValidationSheet());
+    EXPECT_EQ(controller.validationResultWindowController(), nullptr);
     struct Case {
-        const char* name;
         const char* xml;
         QMDotColor dot;
-        bool clickable;
-        bool sheetOpens;
+        bool clickable, sheetOpens;
         const char* summary;
     };
     const Case cases[] = {
-        {"error", kWithError, QMDotColor::Red, true, true, "Found 1 error(s) and 0 warning(s)"},
-        {"warning only", kWithWarning, QMDotColor::Orange, true, true, "Found 0 error(s) and 1 warning(s)"},
-        {"clean", kClean, QMDotColor::Green, false, false, "Document is valid - No issues found"},
-        {"no schema fits", kOtherKind, QMDotColor::Gray, true, false, "Found 0 error(s) and 1 warning(s)"},
+        {kWithError, QMDotColor::Red, true, true, "Found 1 error(s) and 0 warning(s)"},
+        {kWithWarning, QMDotColor::Orange, true, true, "Found 0 error(s) and 1 warning(s)"},
+        {kClean, QMDotColor::Green, false, false, "Document is valid - No issues found"},
+        {kOtherKind, QMDotColor::Gray, true, false, "Found 0 error(s) and 1 warning(s)"},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.xml);
         QMXMLDocumentWindowController window;
         window.windowDidLoad();
-        bool sheetOpens = window.performValidationWithValidator(validator, c.xml, "order.xml");
-        EXPECT_EQ(window.statusButton().image, createStatusDotImage(c.dot)) << c.name;
-        EXPECT_EQ(window.statusButton().enabled, c.clickable) << c.name;
-        EXPECT_EQ(sheetOpens, c.sheetOpens) << c.name;
-        EXPECT_TRUE(window.canShowValidationSheet()) << c.name;
-        ASSERT_NE(window.validationResultWindowController(), nullptr) << c.name;
-        EXPECT_EQ(window.validationResultWindowController()->summaryText(), c.summary) << c.name;
-        EXPECT_EQ(window.validationResultWindowController()->windowTitle(), "Validation Results: order.xml") << c.name;
+        EXPECT_EQ(window.performValidationWithValidator(validator, c.xml, "order.xml"), c.sheetOpens);
+        EXPECT_EQ(window.statusButton().image, createStatusDotImage(c.dot));
+        EXPECT_EQ(window.statusButton().enabled, c.clickable);
+        EXPECT_TRUE(window.canShowValidationSheet());
+        ASSERT_NE(window.validationResultWindowController(), nullptr);
+        EXPECT_EQ(window.validationResultWindowController()->summaryText(), c.summary);
+        EXPECT_EQ(window.validationResultWindowController()->windowTitle(), "Validation Results: order.xml");
     }
-}
-
-TEST_F(DocumentWindowTest, FreshWindowShowsAGreyDisabledDotAndNoSheet) {
-    QMXMLDocumentWindowController window;
-    window.windowDidLoad();
-    EXPECT_EQ(window.statusButton().image, statusIconForStatus(0));
-    EXPECT_FALSE(window.statusButton().enabled);
-    EXPECT_FALSE(window.canShowValidationSheet());
-    EXPECT_EQ(window.validationResultWindowController(), nullptr);
 }
 
 TEST_F(DocumentWindowTest, TextIsShownAndHandedToTheResultWindow) {
@@ -107,23 +85,18 @@ TEST_F(DocumentWindowTest, TextIsShownAndHandedToTheResultWindow) {
     // The issue's location leads back to the element in the text.
     const QMValidationItem* issue = results->childOfItem(0, nullptr);
     ASSERT_NE(issue, nullptr);
-    EXPECT_EQ(issue->title, "An order must have an identifier. [O-01]");
     EXPECT_EQ(results->copyText({issue}),
               "An order must have an identifier. [O-01]\n  Location: /o:Order[1]\n  Pattern: order\n"
               "  Rule: order-root\n  Assertion: O-01");
     results->outlineViewSelectionDidChange(issue);
-    ASSERT_EQ(textView.selections.size(), 1u);
-    EXPECT_EQ(textView.selections[0], (QMTextRange{0, 37}));
-}
+    EXPECT_EQ(textView.selections, std::vector<QMTextRange>{(QMTextRange{0, 37})});
 
-TEST_F(DocumentWindowTest, SecondValidationReusesTheResultWindow) {
-    controller.performValidationWithValidator(validator, kWithError, "first.xml");
-    auto* first = controller.validationResultWindowController();
+    // A second validation reuses the result window.
     controller.performValidationWithValidator(validator, kClean, "second.xml");
-    EXPECT_EQ(controller.validationResultWindowController(), first);
-    EXPECT_EQ(first->windowTitle(), "Validation Results: second.xml");
-    EXPECT_EQ(first->summaryText(), "Document is valid - No issues found");
-    EXPECT_EQ(first->items().size(), 1u);  // the schema row
+    EXPECT_EQ(controller.validationResultWindowController(), results);
+    EXPECT_EQ(results->windowTitle(), "Validation Results: second.xml");
+    EXPECT_EQ(results->summaryText(), "Document is valid - No issues found");
+    EXPECT_EQ(results->items().size(), 1u);  // the schema row
 }
 
 TEST_F(DocumentWindowTest, DocumentNoSchemaFitsGetsTheDetectionNotice) {
@@ -134,12 +107,9 @@ TEST_F(DocumentWindowTest, DocumentNoSchemaFitsGetsTheDetectionNotice) {
     EXPECT_TRUE(result.valid);
     EXPECT_TRUE(result.errors.empty());
     ASSERT_EQ(result.warnings.size(), 1u);
-    const QMValidationError& notice = result.warnings[0];
-    EXPECT_EQ(notice.type, "info");
-    EXPECT_EQ(notice.role, "information");
-    EXPECT_EQ(notice.location, "/");
-    EXPECT_EQ(notice.schemaTitle, "Schema Detection");
-    EXPECT_EQ(notice.message, "No matching Schematron schema found for this XML document");
+    const QMValidationError& n = result.warnings[0];
+    EXPECT_EQ(n.type + "|" + n.role + "|" + n.location + "|" + n.schemaTitle + "|" + n.message,
+              "info|information|/|Schema Detection|No matching Schematron schema found for this XML document");
 
     // The sheet lists it as a warning with its location.
     const QMValidationItem* row = results->childOfItem(0, nullptr);
@@ -154,9 +124,8 @@ TEST_F(DocumentWindowTest, DocumentNoSchemaFitsGetsTheDetectionNotice) {
     EXPECT_EQ(results->validationResult()->warnings.at(0).message, "No validation schemas found for this document type");
     EXPECT_EQ(controller.statusButton().image, statusIconForStatus(0));
     EXPECT_TRUE(controller.statusButton().enabled);
-}
 
-TEST_F(DocumentWindowTest, UnreadableDocumentShowsTheParserMessage) {
+    // An unreadable document shows the parser's message.
     EXPECT_FALSE(controller.performValidationWithValidator(validator, "<Order><ID>", "broken.xml"));
     const auto& notice = controller.validationResultWindowController()->validationResult()->warnings.at(0);
     EXPECT_FALSE(notice.message.empty());
@@ -167,44 +136,31 @@ TEST_F(DocumentWindowTest, UnreadableDocumentShowsTheParserMessage) {
 
 TEST(SchemaDetectionNotice, MessageComesFromTheErrorWhenItHasOne) {
     LanguageScope english(ui::Language::English);
-    struct Case {
-        const char* name;
-        Error error;
-        const char* message;
+    const std::pair<Error, const char*> cases[] = {
+        {Error{}, "No validation schemas found for this document type"},
+        {Error{"Quillmark", 404, "", {}, {}}, "No validation schemas found for this document type"},
+        {Error{"Quillmark", 404, "Nothing fits", {}, {}}, "Nothing fits"},
     };
-    const Case cases[] = {
-        {"no error", Error{}, "No validation schemas found for this document type"},
-        {"error without description", Error{"Quillmark", 404, "", {}, {}},
-         "No validation schemas found for this document type"},
-        {"error with description", Error{"Quillmark", 404, "Nothing fits", {}, {}}, "Nothing fits"},
-    };
-    for (const auto& c : cases) {
-        QMValidationResult result = QMXMLDocumentWindowController::schemaDetectionResult(c.error);
-        ASSERT_EQ(result.warnings.size(), 1u) << c.name;
-        EXPECT_EQ(result.warnings[0].message, c.message) << c.name;
-        EXPECT_TRUE(QMXMLDocumentWindowController::isSchemaDetectionResult(result)) << c.name;
-        ASSERT_TRUE(result.schemaFiles.has_value()) << c.name;
-        EXPECT_TRUE(result.schemaFiles->empty()) << c.name;
+    for (const auto& [error, message] : cases) {
+        QMValidationResult result = QMXMLDocumentWindowController::schemaDetectionResult(error);
+        ASSERT_EQ(result.warnings.size(), 1u) << message;
+        EXPECT_EQ(result.warnings[0].message, message);
+        EXPECT_TRUE(QMXMLDocumentWindowController::isSchemaDetectionResult(result)) << message;
+        EXPECT_EQ(result.schemaFiles, std::vector<std::string>{}) << message;
+    }
+    // Only the lone notice counts.
+    QMValidationResult notice = QMXMLDocumentWindowController::schemaDetectionResult(Error{});
+    QMValidationResult withError = notice, twoWarnings = notice, otherTitle = notice;
+    withError.errors.push_back(testing::makeIssue("e"));
+    twoWarnings.warnings.push_back(notice.warnings[0]);
+    otherTitle.warnings[0].schemaTitle = "Order rules";
+    for (const auto& result : {withError, twoWarnings, otherTitle}) {
+        EXPECT_FALSE(QMXMLDocumentWindowController::isSchemaDetectionResult(result));
     }
 }
 
-TEST(SchemaDetectionNotice, OnlyTheLoneNoticeCounts) {
-    QMValidationResult notice = QMXMLDocumentWindowController::schemaDetectionResult(Error{});
-    QMValidationResult withError = notice;
-    withError.errors.push_back(testing::makeIssue("e"));
-    QMValidationResult twoWarnings = notice;
-    twoWarnings.warnings.push_back(notice.warnings[0]);
-    QMValidationResult otherTitle = notice;
-    otherTitle.warnings[0].schemaTitle = "Order rules";
-    EXPECT_FALSE(QMXMLDocumentWindowController::isSchemaDetectionResult(withError));
-    EXPECT_FALSE(QMXMLDocumentWindowController::isSchemaDetectionResult(twoWarnings));
-    EXPECT_FALSE(QMXMLDocumentWindowController::isSchemaDetectionResult(otherTitle));
-}
-
 TEST(DocumentWindowPlacement, EachLoadedWindowMovesFortyPointsFurther) {
-    QMXMLDocumentWindowController first;
-    QMXMLDocumentWindowController second;
-    QMXMLDocumentWindowController third;
+    QMXMLDocumentWindowController first, second, third;
     const int64_t before = QMXMLDocumentWindowController::windowCount();
     int64_t firstOffset = first.windowDidLoad();
     int64_t secondOffset = second.windowDidLoad();

@@ -5,10 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "quillmark/schematron_validator.h"
 #include "quillmark/ui/result_window_controller.h"
-#include "support/test_support.h"
+#include "support/schematron_test_support.h"
 
 namespace quillmark {
 namespace {
@@ -19,19 +20,15 @@ std::optional<std::string> highlightedText(const std::string& location, const st
     return text.substr(static_cast<size_t>(range->location), static_cast<size_t>(range->length));
 }
 
-struct RangeCase {
-    const char* name;
-    const char* text;
-    const char* location;
-    std::optional<QMTextRange> range;
-};
-
 TEST(HighlightRange, StartTagOfTheLocatedElement) {
-    const RangeCase cases[] = {
+    struct Case {
+        const char *name, *text, *location;
+        std::optional<QMTextRange> range;
+    };
+    const Case cases[] = {
         {"root", "<r><a/></r>", "/r[1]", QMTextRange{0, 3}},
         {"nested in second sibling", "<r>\n  <a/>\n  <a>\n    <b x=\"1\"/>\n  </a>\n</r>", "/r[1]/a[2]/b[1]",
          QMTextRange{21, 10}},
-        {"second of two", "<r><a/><a/></r>", "/r/a[2]", QMTextRange{7, 4}},
         {"fourth b overall", "<r><a><b/><b/></a><a><b/><b i='4'/></a></r>", "/r/a[2]/b[2]", QMTextRange{25, 10}},
         {"prefixed names", "<inv:I xmlns:inv='urn:i' xmlns:c='urn:c'><c:ID>1</c:ID><c:Note>n</c:Note></inv:I>",
          "/inv:I[1]/c:Note[1]", QMTextRange{55, 8}},
@@ -42,9 +39,10 @@ TEST(HighlightRange, StartTagOfTheLocatedElement) {
         // without a prefix; they are found by local name.
         {"default namespace", "<Invoice xmlns='urn:x'><ID>1</ID></Invoice>", "/Invoice[1]/ID[1]", QMTextRange{23, 4}},
         {"undeclared prefix", "<Invoice xmlns='urn:x'><ID>1</ID></Invoice>", "/ubl:Invoice[1]", std::nullopt},
-        {"document after a declaration and comment", "<?xml version='1.0'?>\n<!-- c -->\n<r><a/></r>", "/r/a",
-         QMTextRange{36, 4}},
+        {"after a declaration and comment", "<?xml version='1.0'?>\n<!-- c -->\n<r><a/></r>", "/r/a", QMTextRange{36, 4}},
         {"first of a node sequence", "<r><a/><a/></r>", "/r/a", QMTextRange{3, 4}},
+        // Code units of UTF-16: "ä" and "€" take one each, the emoji two.
+        {"non-ASCII text before", "<r>ä€😀<a/></r>", "/r/a", QMTextRange{7, 4}},
         {"nothing selected", "<r><a/></r>", "/r/b", std::nullopt},
         {"past the last sibling", "<r><a/><a/></r>", "/r/a[3]", std::nullopt},
         {"attribute is not an element", "<r><a t='v'/></r>", "/r/a/@t", std::nullopt},
@@ -61,13 +59,7 @@ TEST(HighlightRange, StartTagOfTheLocatedElement) {
 }
 
 TEST(HighlightRange, TheSearchIsKnowinglyNaive) {
-    struct Case {
-        const char* name;
-        const char* text;
-        const char* location;
-        const char* selected;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
         {"longer name with the same beginning", "<r><ab x='1'/><a y='2'/></r>", "/r/a", "<ab x='1'/>"},
         {"same name nested in an earlier sibling", "<r><x><a n='1'/></x><a n='2'/></r>", "/r/a", "<a n='1'/>"},
         {"tag inside a comment", "<r><!-- <a> --><a/></r>", "/r/a", "<a>"},
@@ -75,42 +67,27 @@ TEST(HighlightRange, TheSearchIsKnowinglyNaive) {
         {"closing bracket inside an attribute", "<r><a t='x>y'/></r>", "/r/a", "<a t='x>"},
         {"nested earlier same name shifts the count", "<r><a><a/></a><a id='2'/></r>", "/r/a[2]", "<a/>"},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(highlightedText(c.location, c.text), std::optional<std::string>(c.selected)) << c.name;
+    for (const auto& [name, text, location, selected] : cases) {
+        EXPECT_EQ(highlightedText(location, text), std::optional<std::string>(selected)) << name;
     }
 }
 
-xml::Node firstNodeAt(const xml::Document& document, const std::string& xpath) {
-    auto nodes = document.node().nodesForXPath(xpath);
-    return nodes.empty() ? xml::Node() : nodes.front();
-}
-
-TEST(HighlightRange, TextThatLacksTheTagsSelectsNothing) {
-    // The node comes from one text and is searched in another, as when the text view
-    // no longer shows what was validated.
-    Error error;
-    auto document = xml::Document::parse("<r><a/><a/></r>", &error);
-    ASSERT_TRUE(document);
-    xml::Node second = firstNodeAt(*document, "/r/a[2]");
-    ASSERT_TRUE(second);
-    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a/></r>"), std::nullopt);
-    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a"), std::nullopt);
-    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a/><a"), std::nullopt);
-    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, ""), std::nullopt);
-    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, "<r><a/><a/></r>"), (QMTextRange{7, 4}));
+// The node comes from one text and is searched in another, as when the text view no
+// longer shows what was validated.
+TEST(HighlightRange, NodeIsSearchedInTheTextGiven) {
+    auto document = testing::parseXML("<r><a/><a/></r>");
+    xml::Node second = document->node().nodesForXPath("/r/a[2]").at(0);
+    const std::pair<const char*, std::optional<QMTextRange>> cases[] = {
+        {"<r><a/></r>", std::nullopt}, {"<r><a", std::nullopt}, {"<r><a/><a", std::nullopt},
+        {"", std::nullopt},            {"<r><a/><a/></r>", QMTextRange{7, 4}},
+    };
+    for (const auto& [text, range] : cases) {
+        EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(second, text), range) << text;
+    }
     EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(xml::Node(), "<r/>"), std::nullopt);
-}
-
-TEST(HighlightRange, PositionsCountUTF16CodeUnits) {
-    // "ä", "€" take one code unit each, the emoji two: the tag starts at 3 + 1 + 1 + 2.
-    const std::string text = "<r>ä€😀<a/></r>";
-    EXPECT_EQ(QMValidationResultWindowController::rangeOfLocationInXML("/r/a", text), (QMTextRange{7, 4}));
-
     const std::string named = "<r>€<Größe>1</Größe></r>";
-    Error error;
-    auto document = xml::Document::parse(named, &error);
-    ASSERT_TRUE(document);
-    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(firstNodeAt(*document, "/r/*"), named),
+    auto umlauts = testing::parseXML(named);
+    EXPECT_EQ(QMValidationResultWindowController::rangeOfNodeInText(umlauts->node().nodesForXPath("/r/*").at(0), named),
               (QMTextRange{4, 7}));
 }
 

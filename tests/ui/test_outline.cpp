@@ -13,8 +13,10 @@ using testing::LanguageScope;
 using testing::makeIssue;
 using testing::makeResult;
 
-std::vector<std::string> titlesOf(const std::vector<QMValidationItemPtr>& rows) {
-    std::vector<std::string> titles;
+using Files = std::vector<std::string>;
+
+Files titlesOf(const std::vector<QMValidationItemPtr>& rows) {
+    Files titles;
     for (const auto& row : rows) titles.push_back(row->title);
     return titles;
 }
@@ -30,55 +32,35 @@ protected:
 };
 
 TEST_F(OutlineTest, ErrorsComeFirstThenWarningsEachInResultOrder) {
-    auto result = makeResult({makeIssue("E1"), makeIssue("E2")}, {makeIssue("W1")}, std::vector<std::string>{"/s/a.sch"});
-    const auto& rows = outlineOf(result);
-    EXPECT_EQ(titlesOf(rows), (std::vector<std::string>{"E1", "E2", "W1"}));
-    EXPECT_TRUE(rows[0]->isError);
-    EXPECT_TRUE(rows[1]->isError);
+    const auto& rows = outlineOf(makeResult({makeIssue("E1"), makeIssue("E2")}, {makeIssue("W1")}, Files{"/s/a.sch"}));
+    EXPECT_EQ(titlesOf(rows), (Files{"E1", "E2", "W1"}));
+    EXPECT_TRUE(rows[0]->isError && rows[1]->isError);
     EXPECT_FALSE(rows[2]->isError);
     EXPECT_EQ(rows[0]->statusIndicator, createStatusDotImage(QMDotColor::Red));
     EXPECT_EQ(rows[2]->statusIndicator, createStatusDotImage(QMDotColor::Orange));
     ASSERT_TRUE(rows[2]->error.has_value());
     EXPECT_EQ(rows[2]->error->message, "W1");
+    // Rebuilding replaces the rows.
+    EXPECT_EQ(titlesOf(outlineOf(makeResult({}, {makeIssue("new")}))), Files{"new"});
 }
 
 TEST_F(OutlineTest, CleanResultListsOneRowPerSchemaFile) {
-    const auto& rows = outlineOf(makeResult({}, {}, std::vector<std::string>{"/x/a.sch", "/y/b.sch", "plain.xsd"}));
-    EXPECT_EQ(titlesOf(rows),
-              (std::vector<std::string>{"Validated with: a.sch", "Validated with: b.sch", "Validated with: plain.xsd"}));
+    const auto& rows = outlineOf(makeResult({}, {}, Files{"/x/a.sch", "/y/b.sch", "plain.xsd"}));
+    EXPECT_EQ(titlesOf(rows), (Files{"Validated with: a.sch", "Validated with: b.sch", "Validated with: plain.xsd"}));
     for (const auto& row : rows) {
         EXPECT_EQ(row->statusIndicator, createStatusDotImage(QMDotColor::Green));
-        ASSERT_TRUE(row->children.has_value());
-        EXPECT_TRUE(row->children->empty());
+        EXPECT_EQ(row->children, std::vector<QMValidationItemPtr>{});
         EXPECT_FALSE(row->error.has_value());
         EXPECT_FALSE(controller.isItemExpandable(row.get()));
     }
-}
-
-TEST_F(OutlineTest, CleanResultWithoutSchemaFilesIsEmpty) {
     EXPECT_TRUE(outlineOf(makeResult({}, {}, std::nullopt)).empty());
-    EXPECT_TRUE(outlineOf(makeResult({}, {}, std::vector<std::string>{})).empty());
-}
-
-TEST_F(OutlineTest, RebuildingReplacesTheRows) {
-    outlineOf(makeResult({makeIssue("old")}, {}));
-    const auto& rows = outlineOf(makeResult({}, {makeIssue("new")}));
-    EXPECT_EQ(titlesOf(rows), std::vector<std::string>{"new"});
-}
-
-TEST_F(OutlineTest, SchemaRowsFollowTheLanguage) {
+    EXPECT_TRUE(outlineOf(makeResult({}, {}, Files{})).empty());
     LanguageScope german(ui::Language::German);
-    const auto& rows = outlineOf(makeResult({}, {}, std::vector<std::string>{"/x/a.sch"}));
-    EXPECT_EQ(titlesOf(rows), std::vector<std::string>{"Validiert mit: a.sch"});
+    EXPECT_EQ(titlesOf(outlineOf(makeResult({}, {}, Files{"/x/a.sch"}))), Files{"Validiert mit: a.sch"});
 }
-
-struct TitleCase {
-    const char* message;
-    const char* title;
-};
 
 TEST(IssueTitle, ShapesBracketedTagsIntoTrailingTags) {
-    const TitleCase cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"[BR-CO-10] - Sum of Invoice line net amount must equal the sum",
          "Sum of Invoice line net amount must equal the sum [BR-CO-10]"},
         {"[R1]text", "text [R1]"},
@@ -91,10 +73,9 @@ TEST(IssueTitle, ShapesBracketedTagsIntoTrailingTags) {
         // White space is text too once nothing else is left.
         {"[R1]   ", "  [R1]"},
         {"[R1]] x", "] x [R1]"},
-        {"[PEPPOL-EN16931-R001]-Business process MUST be provided.",
-         "Business process MUST be provided. [PEPPOL-EN16931-R001]"},
         {"[BR-DE-1] Eine Rechnung (INVOICE) muss Angaben zu \"Payment instructions\" enthalten",
          "Eine Rechnung (INVOICE) muss Angaben zu \"Payment instructions\" enthalten [BR-DE-1]"},
+        {"[Ü-1] – Größe €", "– Größe € [Ü-1]"},
         // Not shaped: empty tag, no tag, nothing after the tag, tag not at the start,
         // text running over a line break.
         {"[]x", "[]x"},
@@ -104,76 +85,52 @@ TEST(IssueTitle, ShapesBracketedTagsIntoTrailingTags) {
         {"[R1] first line\nsecond line", "[R1] first line\nsecond line"},
         {"", ""},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(QMValidationResultWindowController::shapedTitle(c.message), c.title) << c.message;
+    for (const auto& [message, title] : cases) {
+        EXPECT_EQ(QMValidationResultWindowController::shapedTitle(message), title) << message;
     }
+    // Bytes that are not UTF-8 must not break the shaping.
+    EXPECT_NO_FATAL_FAILURE(QMValidationResultWindowController::shapedTitle("[R1] \xff\xfe"));
 }
-
-TEST(IssueTitle, ShapingLeavesOddCharactersAlone) {
-    // Non-ASCII text and bytes that are not UTF-8 must not break the shaping.
-    EXPECT_EQ(QMValidationResultWindowController::shapedTitle("[Ü-1] – Größe €"), "– Größe € [Ü-1]");
-    std::string invalid = "[R1] \xff\xfe";
-    EXPECT_NO_FATAL_FAILURE(QMValidationResultWindowController::shapedTitle(invalid));
-}
-
-struct DetailCase {
-    const char* name;
-    QMValidationError issue;
-    std::vector<std::pair<std::string, std::string>> rows;  // label, value
-};
 
 TEST(IssueDetails, PresentFieldsBecomeRowsInFixedOrder) {
     LanguageScope english(ui::Language::English);
-    const DetailCase cases[] = {
-        {"all four", makeIssue("m", "/Invoice[1]", "pat", "rule-1", "BR-01"),
+    using Rows = std::vector<std::pair<std::string, std::string>>;  // label, value
+    const std::pair<QMValidationError, Rows> cases[] = {
+        {makeIssue("m", "/Invoice[1]", "pat", "rule-1", "BR-01"),
          {{"Location", "/Invoice[1]"}, {"Pattern", "pat"}, {"Rule", "rule-1"}, {"Assertion", "BR-01"}}},
-        {"rule only", makeIssue("m", "", "", "rule-1", ""), {{"Rule", "rule-1"}}},
-        {"location and assertion", makeIssue("m", "/a[1]", "", "", "A1"), {{"Location", "/a[1]"}, {"Assertion", "A1"}}},
-        {"xsd issue", makeIssue("Element 'x': not expected.", "", "", "", ""), {}},
+        {makeIssue("m", "", "", "rule-1", ""), {{"Rule", "rule-1"}}},
+        {makeIssue("m", "/a[1]", "", "", "A1"), {{"Location", "/a[1]"}, {"Assertion", "A1"}}},
+        {makeIssue("Element 'x': not expected."), {}},
     };
-    for (const auto& c : cases) {
-        auto row = QMValidationResultWindowController::createItemForError(c.issue, true);
-        ASSERT_TRUE(row->children.has_value()) << c.name;
-        std::vector<std::pair<std::string, std::string>> rows;
+    for (const auto& [issue, expected] : cases) {
+        auto row = QMValidationResultWindowController::createItemForError(issue, true);
+        ASSERT_TRUE(row->children.has_value());
+        Rows rows;
         for (const auto& child : *row->children) {
-            ASSERT_TRUE(child->value.has_value()) << c.name;
-            EXPECT_FALSE(child->children.has_value()) << c.name;
-            EXPECT_FALSE(child->error.has_value()) << c.name;
-            EXPECT_FALSE(child->statusIndicator.has_value()) << c.name;
-            EXPECT_FALSE(child->isError) << c.name;
+            ASSERT_TRUE(child->value.has_value());
+            EXPECT_FALSE(child->children || child->error || child->statusIndicator || child->isError);
             rows.emplace_back(child->title, *child->value);
         }
-        EXPECT_EQ(rows, c.rows) << c.name;
+        EXPECT_EQ(rows, expected);
     }
+    LanguageScope german(ui::Language::German);
+    EXPECT_EQ(titlesOf(*QMValidationResultWindowController::createItemForError(cases[0].first, true)->children),
+              (Files{"Fundstelle", "Muster", "Regel", "Zusicherung"}));
 }
 
 TEST(IssueDetails, CallerFlagDecidesColourNotSeverity) {
     QMValidationError warningIssue = makeIssue("m");
     warningIssue.flag = "warning";
     auto row = QMValidationResultWindowController::createItemForError(warningIssue, true);
-    EXPECT_TRUE(row->isError);
-    EXPECT_EQ(row->statusIndicator, createStatusDotImage(QMDotColor::Red));
-    row = QMValidationResultWindowController::createItemForError(makeIssue("m"), false);
-    EXPECT_EQ(row->statusIndicator, createStatusDotImage(QMDotColor::Orange));
-}
-
-TEST(IssueDetails, LabelsAreTranslated) {
-    LanguageScope german(ui::Language::German);
-    auto row = QMValidationResultWindowController::createItemForError(makeIssue("m", "/a[1]", "p", "r", "a"), true);
-    std::vector<std::string> labels;
-    for (const auto& child : *row->children) labels.push_back(child->title);
-    EXPECT_EQ(labels, (std::vector<std::string>{"Fundstelle", "Muster", "Regel", "Zusicherung"}));
+    EXPECT_TRUE(row->isError && row->statusIndicator == createStatusDotImage(QMDotColor::Red));
 }
 
 TEST_F(OutlineTest, NavigationWalksRootIssuesAndDetails) {
-    auto result = makeResult({makeIssue("E", "/a[1]", "", "r", "")}, {makeIssue("XSD message")});
-    outlineOf(result);
-
+    outlineOf(makeResult({makeIssue("E", "/a[1]", "", "r", "")}, {makeIssue("XSD message")}));
     EXPECT_EQ(controller.numberOfChildrenOfItem(nullptr), 2u);
     const QMValidationItem* error = controller.childOfItem(0, nullptr);
     const QMValidationItem* warning = controller.childOfItem(1, nullptr);
-    ASSERT_NE(error, nullptr);
-    ASSERT_NE(warning, nullptr);
+    ASSERT_TRUE(error && warning);
     EXPECT_EQ(controller.childOfItem(2, nullptr), nullptr);
 
     EXPECT_EQ(controller.numberOfChildrenOfItem(error), 2u);
@@ -185,21 +142,18 @@ TEST_F(OutlineTest, NavigationWalksRootIssuesAndDetails) {
 
     // An issue without details and a detail row have nothing below them.
     EXPECT_EQ(controller.numberOfChildrenOfItem(warning), 0u);
-    EXPECT_FALSE(controller.isItemExpandable(warning));
     EXPECT_EQ(controller.numberOfChildrenOfItem(detail), 0u);
     EXPECT_EQ(controller.childOfItem(0, detail), nullptr);
-    EXPECT_FALSE(controller.isItemExpandable(detail));
-    EXPECT_FALSE(controller.isItemExpandable(nullptr));
+    for (const QMValidationItem* item : {warning, detail, static_cast<const QMValidationItem*>(nullptr)}) {
+        EXPECT_FALSE(controller.isItemExpandable(item));
+    }
 
+    // Top level means the very row, not an equal one.
     EXPECT_TRUE(controller.isTopLevel(error));
-    EXPECT_FALSE(controller.isTopLevel(detail));
-    EXPECT_FALSE(controller.isTopLevel(nullptr));
-}
-
-TEST_F(OutlineTest, TopLevelMeansTheVeryRowNotAnEqualOne) {
-    outlineOf(makeResult({makeIssue("E")}, {}));
-    QMValidationItem copy = *controller.items().front();
-    EXPECT_FALSE(controller.isTopLevel(&copy));
+    const QMValidationItem copy = *error;
+    for (const QMValidationItem* item : {detail, static_cast<const QMValidationItem*>(nullptr), &copy}) {
+        EXPECT_FALSE(controller.isTopLevel(item));
+    }
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
+#include <regex>
+#include <tuple>
 
 #include "quillmark/ui/strings.h"
 #include "ui_test_helpers.h"
@@ -14,25 +15,18 @@ namespace {
 
 using testing::LanguageScope;
 
-TEST(StringTable, EnglishTextsOfTheResultWindow) {
+TEST(StringTable, EnglishTextsOfTheResultWindowAndFallbacks) {
     LanguageScope english(ui::Language::English);
     const std::pair<const char*, const char*> texts[] = {
-        {"button.close", "Close"},
-        {"validation.title", "Validation Results: %@"},
+        {"button.close", "Close"},           {"validation.title", "Validation Results: %@"},
         {"validation.valid", "Document is valid - No issues found"},
         {"validation.invalid", "Found %lu error(s) and %lu warning(s)"},
-        {"validation.schemas", "Schemas: %@"},
-        {"validation.validated_with", "Validated with: %@"},
-        {"detail.location", "Location"},
-        {"detail.pattern", "Pattern"},
-        {"detail.rule", "Rule"},
-        {"detail.assertion", "Assertion"},
+        {"validation.schemas", "Schemas: %@"}, {"validation.validated_with", "Validated with: %@"},
+        {"detail.location", "Location"},     {"detail.pattern", "Pattern"},
+        {"detail.rule", "Rule"},             {"detail.assertion", "Assertion"},
         {"validation.no_schemas", "No validation schemas found for this document type"},
     };
     for (const auto& [key, text] : texts) EXPECT_EQ(ui::localizedString(key), text) << key;
-}
-
-TEST(StringTable, MissingKeysFallBackToTheGivenDefault) {
     for (auto language : {ui::Language::English, ui::Language::German}) {
         LanguageScope scope(language);
         EXPECT_EQ(ui::localizedString("no.such.key", "Fallback"), "Fallback");
@@ -42,16 +36,10 @@ TEST(StringTable, MissingKeysFallBackToTheGivenDefault) {
 
 // The placeholders of a format in order: "%@", "%lu", "%%".
 std::vector<std::string> placeholdersOf(const std::string& format) {
+    static const std::regex placeholder("%(@|lu|%)");
     std::vector<std::string> found;
-    for (size_t at = format.find('%'); at != std::string::npos; at = format.find('%', at + 1)) {
-        for (const char* placeholder : {"%@", "%lu", "%%"}) {
-            if (format.compare(at, std::strlen(placeholder), placeholder) == 0) {
-                found.emplace_back(placeholder);
-                at += std::strlen(placeholder) - 1;
-                break;
-            }
-        }
-    }
+    for (auto it = std::sregex_iterator(format.begin(), format.end(), placeholder); it != std::sregex_iterator(); ++it)
+        found.push_back(it->str());
     return found;
 }
 
@@ -65,63 +53,54 @@ TEST(StringTable, GermanTranslatesEveryKeyWithTheSamePlaceholders) {
         EXPECT_EQ(placeholdersOf(found->second), placeholdersOf(english)) << key;
     }
     for (const auto& [key, text] : german) EXPECT_TRUE(ui::defaultStrings().contains(key)) << "stray key " << key;
-}
 
-TEST(StringTable, GermanLookups) {
-    LanguageScope german(ui::Language::German);
-    EXPECT_EQ(ui::localizedString("button.close"), "Schließen");
-    EXPECT_EQ(ui::localizedFormat("validation.invalid", {"3", "1"}), "3 Fehler und 1 Warnung(en) gefunden");
+    LanguageScope scope(ui::Language::German);
     EXPECT_EQ(ui::localizedString("validation.valid"), "Dokument ist gültig – keine Probleme gefunden");
 }
 
+// Restores the locale variables when it goes.
 class EnvironmentScope {
 public:
     EnvironmentScope() {
-        for (const char* name : kNames) {
+        for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
             const char* value = std::getenv(name);
             saved_.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
         }
     }
     ~EnvironmentScope() {
-        for (const auto& [name, value] : saved_) set(name, value);
+        for (const auto& [name, value] : saved_) set(name, value ? value->c_str() : nullptr);
     }
-    static void set(const char* name, const std::optional<std::string>& value) {
-        if (value)
-            setenv(name, value->c_str(), 1);
-        else
-            unsetenv(name);
+    static void set(const char* name, const char* value) {  // null: unset
+        if (value) setenv(name, value, 1);
+        if (!value) unsetenv(name);
     }
-    static constexpr const char* kNames[] = {"LC_ALL", "LC_MESSAGES", "LANG"};
 
 private:
     std::vector<std::pair<const char*, std::optional<std::string>>> saved_;
 };
 
 TEST(StringTable, LanguageFollowsTheLocaleVariables) {
-    struct Case {
-        std::optional<std::string> lcAll, lcMessages, lang;
-        ui::Language expected;
-    };
-    const Case cases[] = {
-        {std::nullopt, std::nullopt, std::nullopt, ui::Language::English},
-        {std::nullopt, std::nullopt, "de_DE.UTF-8", ui::Language::German},
-        {std::nullopt, std::nullopt, "de", ui::Language::German},
-        {std::nullopt, std::nullopt, "en_US.UTF-8", ui::Language::English},
-        {std::nullopt, std::nullopt, "C", ui::Language::English},
-        {std::nullopt, "de_AT.UTF-8", "en_US.UTF-8", ui::Language::German},
+    const char* const unset = nullptr;
+    const std::tuple<const char*, const char*, const char*, ui::Language> cases[] = {
+        // LC_ALL, LC_MESSAGES, LANG
+        {unset, unset, unset, ui::Language::English},
+        {unset, unset, "de_DE.UTF-8", ui::Language::German},
+        {unset, unset, "de", ui::Language::German},
+        {unset, unset, "en_US.UTF-8", ui::Language::English},
+        {unset, unset, "C", ui::Language::English},
+        {unset, "de_AT.UTF-8", "en_US.UTF-8", ui::Language::German},
         {"en_GB.UTF-8", "de_DE.UTF-8", "de_DE.UTF-8", ui::Language::English},
-        {"de_CH.UTF-8", std::nullopt, "en_US.UTF-8", ui::Language::German},
-        // An empty variable is passed over.
-        {"", "", "de_DE.UTF-8", ui::Language::German},
-        {std::nullopt, std::nullopt, "DE_de", ui::Language::English},
+        {"de_CH.UTF-8", unset, "en_US.UTF-8", ui::Language::German},
+        {"", "", "de_DE.UTF-8", ui::Language::German},  // an empty variable is passed over
+        {unset, unset, "DE_de", ui::Language::English},
     };
     EnvironmentScope restore;
-    for (const auto& c : cases) {
-        EnvironmentScope::set("LC_ALL", c.lcAll);
-        EnvironmentScope::set("LC_MESSAGES", c.lcMessages);
-        EnvironmentScope::set("LANG", c.lang);
-        EXPECT_EQ(ui::systemLanguage(), c.expected) << c.lcAll.value_or("-") << " " << c.lcMessages.value_or("-")
-                                                    << " " << c.lang.value_or("-");
+    for (const auto& [all, messages, lang, expected] : cases) {
+        EnvironmentScope::set("LC_ALL", all);
+        EnvironmentScope::set("LC_MESSAGES", messages);
+        EnvironmentScope::set("LANG", lang);
+        EXPECT_EQ(ui::systemLanguage(), expected) << (all ? all : "-") << " " << (messages ? messages : "-") << " "
+                                                   << (lang ? lang : "-");
     }
     // An override wins over the environment until it is lifted.
     EnvironmentScope::set("LC_ALL", "de_DE.UTF-8");

@@ -18,6 +18,8 @@
 #include <QToolButton>
 #include <QTest>
 #include <QTreeView>
+#include <memory>
+#include <tuple>
 
 #include "document_window.h"
 #include "quillmark/log.h"
@@ -54,48 +56,52 @@ protected:
     ViewerApplication application{files.settings.get(), {files.rules()}};
 };
 
-TEST_F(ViewerWindowTest, InvalidDocumentShowsARedDotAndOpensTheSheet) {
+// Only a document with issues opens the sheet by itself; a clean one cannot open it
+// from the dot, one that no schema fits can.
+TEST_F(ViewerWindowTest, OutcomeDecidesDotAndSheet) {
+    const std::tuple<const char*, const char*, bool, const char*> cases[] = {
+        {"invalid-order.xml", "#FF3B30", true, "Found 1 error(s) and 0 warning(s)"},
+        {"valid-order.xml", "#34C759", false, "Document is valid - No issues found"},
+        {"catalogue.xml", "#8E8E93", true, "Found 0 error(s) and 1 warning(s)"},
+    };
+    for (const auto& [file, colour, enabled, summary] : cases) {
+        SCOPED_TRACE(file);
+        DocumentWindow* window = open(file);
+        ASSERT_NE(window, nullptr);
+        EXPECT_EQ(dotColorShown(window->statusButton()), QColor(colour));
+        EXPECT_EQ(window->statusButton()->isEnabled(), enabled);
+        ResultSheet* sheet = window->resultSheet();
+        ASSERT_NE(sheet, nullptr);
+        EXPECT_EQ(sheet->isVisible(), QString(file) == "invalid-order.xml");
+        EXPECT_EQ(sheet->summaryLabel()->text(), summary);
+        EXPECT_EQ(sheet->windowTitle(), QString("Validation Results: ") + file);
+        if (!enabled) continue;
+        sheet->closeSheet();
+        window->statusButton()->click();
+        EXPECT_TRUE(sheet->isVisible());
+        EXPECT_EQ(sheet->model()->index(0, 0).data(ResultItemModel::StatusColorRole).toInt(),
+                  static_cast<int>(QString(file) == "catalogue.xml" ? QMDotColor::Orange : QMDotColor::Red));
+    }
+}
+
+TEST_F(ViewerWindowTest, SheetIsAWindowModalOutlineOfTheIssues) {
     DocumentWindow* window = open("invalid-order.xml");
     ASSERT_NE(window, nullptr);
-    EXPECT_EQ(dotColorShown(window->statusButton()), QColor("#FF3B30"));
-    EXPECT_TRUE(window->statusButton()->isEnabled());
     ResultSheet* sheet = window->resultSheet();
-    ASSERT_NE(sheet, nullptr);
-    EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
     EXPECT_EQ(sheet->parentWidget(), window);
-    EXPECT_EQ(sheet->windowTitle(), "Validation Results: invalid-order.xml");
-    EXPECT_EQ(sheet->summaryLabel()->text(), "Found 1 error(s) and 0 warning(s)");
     EXPECT_EQ(sheet->schemasLabel()->text(), "Schemas: order.sch");
     EXPECT_EQ(sheet->outlineView()->model()->index(0, 0).data().toString(), "Every line must have an amount. [O-02]");
     EXPECT_TRUE(sheet->outlineView()->alternatingRowColors());
     EXPECT_EQ(sheet->outlineView()->indentation(), 20);
     EXPECT_EQ(window->textEdit()->toPlainText(), QString(testing::kInvalidOrder));
-
-    // Close ends the sheet with return code 1; the dot opens it again.
+    // Close ends the sheet with return code 1.
     sheet->closeButton()->click();
     EXPECT_FALSE(sheet->isVisible());
     EXPECT_EQ(sheet->result(), 1);
-    window->statusButton()->click();
-    EXPECT_TRUE(sheet->isVisible());
 }
 
-TEST_F(ViewerWindowTest, SelectingAnIssueSelectsItsStartTag) {
-    DocumentWindow* window = open("invalid-order.xml");
-    ASSERT_NE(window, nullptr);
-    ResultSheet* sheet = window->resultSheet();
-    const QModelIndex issueRow = sheet->model()->index(0, 0);
-    select(sheet, issueRow);
-    const QTextCursor cursor = window->textEdit()->textCursor();
-    EXPECT_EQ(cursor.selectedText(), "<o:Line id=\"2\">");
-    EXPECT_EQ(cursor.selectionStart(), QString(testing::kInvalidOrder).indexOf("<o:Line id=\"2\">"));
-
-    // A detail row leaves the selection in the text as it is.
-    select(sheet, sheet->model()->index(0, 0, issueRow));
-    EXPECT_EQ(window->textEdit()->textCursor().selectedText(), "<o:Line id=\"2\">");
-}
-
-TEST_F(ViewerWindowTest, CopyPutsTheSelectedRowsOnTheClipboard) {
+TEST_F(ViewerWindowTest, SelectedIssueIsHighlightedAndCopied) {
     DocumentWindow* window = open("invalid-order.xml");
     ASSERT_NE(window, nullptr);
     ResultSheet* sheet = window->resultSheet();
@@ -104,56 +110,47 @@ TEST_F(ViewerWindowTest, CopyPutsTheSelectedRowsOnTheClipboard) {
     sheet->copy();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "untouched");
 
+    // The issue's start tag is selected in the text; a detail row leaves it as it is.
     const QModelIndex issueRow = sheet->model()->index(0, 0);
     select(sheet, issueRow);
+    EXPECT_EQ(window->textEdit()->textCursor().selectedText(), "<o:Line id=\"2\">");
+    EXPECT_EQ(window->textEdit()->textCursor().selectionStart(),
+              QString(testing::kInvalidOrder).indexOf("<o:Line id=\"2\">"));
     EXPECT_TRUE(sheet->copyAction()->isEnabled());
     sheet->copyAction()->trigger();
-    EXPECT_EQ(QGuiApplication::clipboard()->text(),
-              "Every line must have an amount. [O-02]\n  Location: /o:Order[1]/o:Line[2]\n  Pattern: order\n"
-              "  Rule: order-line\n  Assertion: O-02");
+    const QString issueText =
+        "Every line must have an amount. [O-02]\n  Location: /o:Order[1]/o:Line[2]\n  Pattern: order\n"
+        "  Rule: order-line\n  Assertion: O-02";
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), issueText);
 
     // The shortcut reaches the sheet's copy command.
     QGuiApplication::clipboard()->setText("untouched");
     QApplication::setActiveWindow(sheet);
     QTest::keyClick(sheet->outlineView(), Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(QGuiApplication::clipboard()->text().section('\n', 0, 0), "Every line must have an amount. [O-02]");
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), issueText);
 
     // Rows go in outline order whatever the order they were picked in.
     select(sheet, sheet->model()->index(2, 0, issueRow));
+    EXPECT_EQ(window->textEdit()->textCursor().selectedText(), "<o:Line id=\"2\">");
     select(sheet, issueRow, QItemSelectionModel::Select);
     sheet->copyAction()->trigger();
-    EXPECT_EQ(QGuiApplication::clipboard()->text(),
-              "Every line must have an amount. [O-02]\n  Location: /o:Order[1]/o:Line[2]\n  Pattern: order\n"
-              "  Rule: order-line\n  Assertion: O-02\nRule: order-line");
-}
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), issueText + "\nRule: order-line");
 
-TEST_F(ViewerWindowTest, ValidDocumentShowsAGreenDisabledDotAndNoSheet) {
-    DocumentWindow* window = open("valid-order.xml");
-    ASSERT_NE(window, nullptr);
-    EXPECT_EQ(dotColorShown(window->statusButton()), QColor("#34C759"));
-    EXPECT_FALSE(window->statusButton()->isEnabled());
-    ASSERT_NE(window->resultSheet(), nullptr);
-    EXPECT_FALSE(window->resultSheet()->isVisible());
-    EXPECT_EQ(window->resultSheet()->summaryLabel()->text(), "Document is valid - No issues found");
-}
-
-TEST_F(ViewerWindowTest, DocumentNoSchemaFitsShowsAGreyClickableDotAndNoSheet) {
-    DocumentWindow* window = open("catalogue.xml");
-    ASSERT_NE(window, nullptr);
-    EXPECT_EQ(dotColorShown(window->statusButton()), QColor("#8E8E93"));
-    EXPECT_TRUE(window->statusButton()->isEnabled());
-    ResultSheet* sheet = window->resultSheet();
-    ASSERT_NE(sheet, nullptr);
+    // A second validation replaces the sheet's content and drops the selection.
+    sheet->closeSheet();
+    files.write("invalid-order.xml", testing::kValidOrder);
+    QString error;
+    ASSERT_TRUE(window->loadFile(files.path("invalid-order.xml"), &error));
+    EXPECT_EQ(window->resultSheet(), sheet);
     EXPECT_FALSE(sheet->isVisible());
-    window->statusButton()->click();
-    EXPECT_TRUE(sheet->isVisible());
-    EXPECT_EQ(sheet->summaryLabel()->text(), "Found 0 error(s) and 1 warning(s)");
-    EXPECT_EQ(sheet->model()->index(0, 0).data(ResultItemModel::StatusColorRole).toInt(),
-              static_cast<int>(QMDotColor::Orange));
+    EXPECT_EQ(sheet->summaryLabel()->text(), "Document is valid - No issues found");
+    EXPECT_EQ(sheet->model()->rowCount(), 1);
+    EXPECT_EQ(sheet->model()->index(0, 0).data().toString(), "Validated with: order.sch");
+    EXPECT_TRUE(sheet->outlineView()->selectionModel()->selectedRows().isEmpty());
 }
 
-TEST_F(ViewerWindowTest, StatusDotSitsAtTheTrailingEndOfTheMenuBar) {
-    DocumentWindow* window = application.newWindow();
+TEST_F(ViewerWindowTest, NewWindowsCascadeWithTheDotAtTheEndOfTheMenuBar) {
+    std::unique_ptr<DocumentWindow> window(application.newWindow());
     QWidget* corner = window->menuBar()->cornerWidget(Qt::TopRightCorner);
     ASSERT_NE(corner, nullptr);
     EXPECT_EQ(corner->size(), QSize(30, 24));
@@ -164,34 +161,9 @@ TEST_F(ViewerWindowTest, StatusDotSitsAtTheTrailingEndOfTheMenuBar) {
     EXPECT_FALSE(window->statusButton()->isEnabled());
     window->showValidationSheet();
     EXPECT_EQ(window->resultSheet(), nullptr);
-    delete window;
-}
-
-TEST_F(ViewerWindowTest, EachNewWindowCascadesFortyPoints) {
-    DocumentWindow* first = application.newWindow();
-    DocumentWindow* second = application.newWindow();
-    EXPECT_EQ(second->geometry().topLeft() - first->geometry().topLeft(), QPoint(40, 40));
-    delete first;
-    delete second;
-}
-
-TEST_F(ViewerWindowTest, SecondValidationReplacesTheSheetContent) {
-    DocumentWindow* window = open("invalid-order.xml");
-    ASSERT_NE(window, nullptr);
-    ResultSheet* sheet = window->resultSheet();
-    sheet->outlineView()->expandAll();
-    select(sheet, sheet->model()->index(0, 0, sheet->model()->index(0, 0)));
-    sheet->closeSheet();
-
-    files.write("invalid-order.xml", testing::kValidOrder);
-    QString error;
-    ASSERT_TRUE(window->loadFile(files.path("invalid-order.xml"), &error));
-    EXPECT_EQ(window->resultSheet(), sheet);
-    EXPECT_FALSE(sheet->isVisible());
-    EXPECT_EQ(sheet->summaryLabel()->text(), "Document is valid - No issues found");
-    EXPECT_EQ(sheet->model()->rowCount(), 1);
-    EXPECT_EQ(sheet->model()->index(0, 0).data().toString(), "Validated with: order.sch");
-    EXPECT_TRUE(sheet->outlineView()->selectionModel()->selectedRows().isEmpty());
+    // Each new window goes forty points further.
+    std::unique_ptr<DocumentWindow> second(application.newWindow());
+    EXPECT_EQ(second->geometry().topLeft() - window->geometry().topLeft(), QPoint(40, 40));
 }
 
 TEST_F(ViewerWindowTest, OpeningTracksRecentFilesAndReusesWindows) {
@@ -215,20 +187,13 @@ TEST_F(ViewerWindowTest, OpeningTracksRecentFilesAndReusesWindows) {
 }
 
 TEST(RecentFiles, MostRecentFirstEachOnceAtMostTen) {
-    struct Case {
-        QStringList before;
-        QString added;
-        int maximum;
-        QStringList after;
+    const std::tuple<QStringList, QString, int, QStringList> cases[] = {
+        {{}, "a", 10, {"a"}},         {{"a", "b"}, "c", 10, {"c", "a", "b"}}, {{"a", "b", "c"}, "b", 10, {"b", "a", "c"}},
+        {{"a", "b", "c"}, "d", 3, {"d", "a", "b"}}, {{"a"}, "", 10, {"a"}},
     };
-    const Case cases[] = {
-        {{}, "a", 10, {"a"}},
-        {{"a", "b"}, "c", 10, {"c", "a", "b"}},
-        {{"a", "b", "c"}, "b", 10, {"b", "a", "c"}},
-        {{"a", "b", "c"}, "d", 3, {"d", "a", "b"}},
-        {{"a"}, "", 10, {"a"}},
-    };
-    for (const auto& c : cases) EXPECT_EQ(withRecentFile(c.before, c.added, c.maximum), c.after) << c.added.toStdString();
+    for (const auto& [before, added, maximum, after] : cases) {
+        EXPECT_EQ(withRecentFile(before, added, maximum), after) << added.toStdString();
+    }
     QStringList many;
     for (int i = 0; i < 15; ++i) many = withRecentFile(many, QString::number(i));
     EXPECT_EQ(many.size(), kMaximumRecentFiles);
@@ -254,16 +219,15 @@ TEST(SchemaFolders, PreferencesAreRememberedAndRevalidateOpenDocuments) {
 }
 
 TEST_F(ViewerWindowTest, DroppedFilesOpen) {
-    DocumentWindow* window = application.newWindow();
+    std::unique_ptr<DocumentWindow> window(application.newWindow());
     QMimeData mime;
     mime.setUrls({QUrl::fromLocalFile(files.path("valid-order.xml"))});
     QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
     // Straight to the window: without a drag in progress the application would not
     // route a drop.
-    static_cast<QObject*>(window)->event(&drop);
+    static_cast<QObject*>(window.get())->event(&drop);
     EXPECT_TRUE(window->hasDocument());
     EXPECT_EQ(window->filePath(), QFileInfo(files.path("valid-order.xml")).canonicalFilePath());
-    delete window;
 }
 
 TEST_F(ViewerWindowTest, ScreenshotShowsWindowAndSheet) {
@@ -285,12 +249,6 @@ TEST_F(ViewerWindowTest, ScreenshotShowsWindowAndSheet) {
     ASSERT_TRUE(viewer.waitForFinished(120000));
     EXPECT_EQ(viewer.exitCode(), 2);
 }
-
-}  // namespace
-}  // namespace quillmark::viewer
-
-namespace quillmark::viewer {
-namespace {
 
 QString corpusFile(const char* relative) { return QStringLiteral(QUILLMARK_CORPUS_DIR "/") + relative; }
 

@@ -9,27 +9,17 @@
 
 #include "result_cell_delegate.h"
 #include "result_item_model.h"
+#include "../../../tests/ui/ui_test_helpers.h"
 #include "viewer_fixtures.h"
 
 namespace quillmark::viewer {
 namespace {
 
-QMValidationError issue(std::string message, std::string location, std::string rule) {
-    QMValidationError error;
-    error.message = std::move(message);
-    error.location = std::move(location);
-    error.rule = std::move(rule);
-    return error;
-}
+using quillmark::testing::makeResult;
 
-QMValidationResult resultWith(std::vector<QMValidationError> errors, std::vector<QMValidationError> warnings,
-                              std::optional<std::vector<std::string>> schemaFiles = std::nullopt) {
-    QMValidationResult result;
-    result.errors = std::move(errors);
-    result.warnings = std::move(warnings);
-    result.valid = result.errors.empty();
-    result.schemaFiles = std::move(schemaFiles);
-    return result;
+// An issue with a message, a location and a rule.
+QMValidationError issue(std::string message, std::string location, std::string rule) {
+    return quillmark::testing::makeIssue(std::move(message), std::move(location), "", std::move(rule));
 }
 
 // Collects what the model tester complains about.
@@ -68,18 +58,18 @@ TEST_F(ResultModelTest, PassesTheModelTesterThroughChangesOfResult) {
     QTreeView view;
     view.setModel(&model);
 
-    show(resultWith({issue("[R1] one", "/a[1]", "r1"), issue("two", "", "")}, {issue("three", "/a[1]/b[2]", "")}));
+    show(makeResult({issue("[R1] one", "/a[1]", "r1"), issue("two", "", "")}, {issue("three", "/a[1]/b[2]", "")}));
     view.expandAll();
     view.selectionModel()->select(model.index(0, 0, model.index(0, 0)), QItemSelectionModel::Select);
-    show(resultWith({}, {}, std::vector<std::string>{"/x/a.sch", "/y/b.xsd"}));
-    show(resultWith({}, {}));
-    show(resultWith({issue("only", "/a[1]", "rule")}, {}));
+    show(makeResult({}, {}, std::vector<std::string>{"/x/a.sch", "/y/b.xsd"}));
+    show(makeResult({}, {}));
+    show(makeResult({issue("only", "/a[1]", "rule")}, {}));
     view.expandAll();
     EXPECT_TRUE(TesterMessages::messages().isEmpty()) << TesterMessages::messages().join("\n").toStdString();
 }
 
 TEST_F(ResultModelTest, RowsAndTheirTexts) {
-    show(resultWith({issue("[R1] - First", "/a[1]", "r1")}, {issue("Second", "", "")}));
+    show(makeResult({issue("[R1] - First", "/a[1]", "r1")}, {issue("Second", "", "")}));
     ASSERT_EQ(model.rowCount(), 2);
     const QModelIndex first = model.index(0, 0);
     EXPECT_EQ(first.data().toString(), "First [R1]");
@@ -104,7 +94,7 @@ TEST_F(ResultModelTest, RowHeightsFollowTheWidthOfTheOutline) {
     const std::string longLocation =
         "/rsm:CrossIndustryInvoice[1]/rsm:SupplyChainTradeTransaction[1]/ram:IncludedSupplyChainTradeLineItem[3]"
         "/ram:SpecifiedLineTradeSettlement[1]/ram:SpecifiedTradeSettlementLineMonetarySummation[1]";
-    show(resultWith({issue("Message", longLocation, "r")}, {}));
+    show(makeResult({issue("Message", longLocation, "r")}, {}));
     QTreeView view;
     view.setModel(&model);
     ResultCellDelegate delegate(&model, &view);

@@ -12,16 +12,13 @@
 namespace quillmark::viewer::testing {
 
 inline constexpr const char* kOrderRules = R"xml(<schema xmlns="http://purl.oclc.org/dsdl/schematron" queryBinding="xslt2">
-  <title>Order rules</title>
-  <ns prefix="o" uri="urn:example:order"/>
+  <title>Order rules</title><ns prefix="o" uri="urn:example:order"/>
   <pattern id="order">
     <rule id="order-root" context="/o:Order">
-      <assert id="O-01" test="o:ID" flag="fatal">[O-01]-An order must have an identifier.</assert>
-    </rule>
+      <assert id="O-01" test="o:ID" flag="fatal">[O-01]-An order must have an identifier.</assert></rule>
     <rule id="order-line" context="o:Line">
       <assert id="O-02" test="o:Amount" flag="fatal">[O-02] - Every line must have an amount.</assert>
-      <assert id="O-03" test="not(o:Note)" flag="warning">[O-03]-Line notes are not processed.</assert>
-    </rule>
+      <assert id="O-03" test="not(o:Note)" flag="warning">[O-03]-Line notes are not processed.</assert></rule>
   </pattern>
 </schema>
 )xml";
