@@ -198,25 +198,30 @@ QMValidationResult QMSchematronValidator::validateDocument(const xml::Document& 
     return ValidationRun(*this, document, schema, error).run();
 }
 
-std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithSchema(const std::string& xml,
-                                                                               const std::string& schemaText,
-                                                                               Error* error) {
-    auto schema = parseSchema(schemaText, error);
+namespace {
+
+// The schema is always loaded before the document is parsed.
+std::optional<QMValidationResult> validateXMLWithLoadedSchema(QMSchematronValidator& validator,
+                                                              const std::shared_ptr<SchematronSchema>& schema,
+                                                              const std::string& xml, Error* error) {
     if (!schema) return std::nullopt;
     auto document = xml::Document::parse(xml, error);
     if (!document) return std::nullopt;
-    return validateDocument(*document, *schema, error);
+    return validator.validateDocument(*document, *schema, error);
+}
+
+}  // namespace
+
+std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithSchema(const std::string& xml,
+                                                                               const std::string& schemaText,
+                                                                               Error* error) {
+    return validateXMLWithLoadedSchema(*this, parseSchema(schemaText, error), xml, error);
 }
 
 std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithSchemaFile(const std::string& xml,
                                                                                    const std::string& schemaPath,
                                                                                    Error* error) {
-    // The schema is loaded before the document is parsed.
-    auto schema = loadSchemaFile(schemaPath, error);
-    if (!schema) return std::nullopt;
-    auto document = xml::Document::parse(xml, error);
-    if (!document) return std::nullopt;
-    return validateDocument(*document, *schema, error);
+    return validateXMLWithLoadedSchema(*this, loadSchemaFile(schemaPath, error), xml, error);
 }
 
 }  // namespace quillmark
