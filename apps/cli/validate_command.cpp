@@ -1,4 +1,4 @@
-// quillmark validate [--schema FILE]... [--schemas DIR]... [--format text|json] FILE...
+// quillmark validate [--schema FILE]... [--schemas DIR]... [--format text|json|svrl] FILE...
 // Validates each file against the named schemas and/or the schemas of the directories
 // that fit it, prints its issues and a summary, and goes on with the other files when
 // one cannot be read.
@@ -91,8 +91,10 @@ CommandRunner addValidateCommand(CLI::App& app) {
     command->add_option("--schemas", options->schemaDirectories,
                         "A directory of schemas to pick from by document type; repeatable")
         ->allow_extra_args(false);
-    const std::map<std::string, OutputFormat> formats{{"text", OutputFormat::Text}, {"json", OutputFormat::Json}};
-    command->add_option("--format", options->format, "Output format: text (default) or json (JSON Lines)")
+    const std::map<std::string, OutputFormat> formats{
+        {"text", OutputFormat::Text}, {"json", OutputFormat::Json}, {"svrl", OutputFormat::Svrl}};
+    command->add_option("--format", options->format,
+                        "Output format: text (default), json (JSON Lines) or svrl (one SVRL document per file)")
         ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case));
     command->add_option("FILE", options->files, "The XML documents to validate")->required();
     return [options] { return runValidate(*options); };

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cctype>
 #include <nlohmann/json.hpp>
+
+#include "quillmark/xml.h"
 #include <vector>
 
 namespace quillmark::cli {
@@ -106,6 +108,31 @@ void writeJsonReport(std::ostream& out, const std::string& file, const QMValidat
     };
     // Invalid UTF-8 in a message must not abort the report.
     out << object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+}
+
+namespace {
+
+constexpr const char* kSvrlNamespace = "http://purl.oclc.org/dsdl/svrl";
+
+void appendSvrlIssue(xml::Document& report, xml::Node root, const QMValidationError& issue) {
+    const char* element = issue.type == "report" ? "svrl:successful-report" : "svrl:failed-assert";
+    xml::Node entry = report.appendElement(root, element, kSvrlNamespace);
+    if (!issue.assertionId.empty()) report.setAttribute(entry, "id", issue.assertionId);
+    if (!issue.flag.empty()) report.setAttribute(entry, "flag", issue.flag);
+    if (!issue.role.empty()) report.setAttribute(entry, "role", issue.role);
+    report.setAttribute(entry, "location", issue.location);
+    xml::Node text = report.appendElement(entry, "svrl:text", kSvrlNamespace);
+    report.appendText(text, issue.message);
+}
+
+}  // namespace
+
+void writeSvrlReport(std::ostream& out, const QMValidationResult& result) {
+    auto report = xml::Document::create();
+    xml::Node root = report->createRootElement("svrl:schematron-output", kSvrlNamespace);
+    for (const auto& issue : result.errors) appendSvrlIssue(*report, root, issue);
+    for (const auto& issue : result.warnings) appendSvrlIssue(*report, root, issue);
+    out << report->xmlString(true);
 }
 
 }  // namespace quillmark::cli

@@ -1,6 +1,6 @@
 #pragma once
-// Output of `quillmark validate`: one line per issue and a summary line per file, or
-// one JSON object per file (JSON Lines).
+// Output of `quillmark validate`: one line per issue and a summary line per file, one
+// JSON object per file (JSON Lines), or one SVRL document per file.
 
 #include <ostream>
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace quillmark::cli {
 
-enum class OutputFormat { Text, Json };
+enum class OutputFormat { Text, Json, Svrl };
 
 // Line breaks and runs of blanks become single spaces; none at either end.
 std::string collapseWhiteSpace(std::string_view text);
@@ -22,6 +22,10 @@ void writeTextReport(std::ostream& out, const std::string& file, const QMValidat
 // {"file", "valid", "status", "schemaFiles", "errors", "warnings"} on one line.
 void writeJsonReport(std::ostream& out, const std::string& file, const QMValidationResult& result);
 
+// One SVRL document (Schematron Validation Report Language) per file: a failed-assert
+// or successful-report element per issue, with id, flag, role, location and text.
+void writeSvrlReport(std::ostream& out, const QMValidationResult& result);
+
 inline void writeReport(OutputFormat format, std::ostream& out, const std::string& file,
                         const QMValidationResult& result) {
     switch (format) {
@@ -30,6 +34,9 @@ inline void writeReport(OutputFormat format, std::ostream& out, const std::strin
             return;
         case OutputFormat::Json:
             writeJsonReport(out, file, result);
+            return;
+        case OutputFormat::Svrl:
+            writeSvrlReport(out, result);
             return;
     }
 }

@@ -75,6 +75,29 @@ TEST_F(ValidateCliTest, JsonLinesHoldOneObjectPerFileWithTheDocumentedKeys) {
 // Files that cannot be read or parsed are named on stderr with the reason; the other
 // files of the batch are still validated, and the exit status says something failed
 // even when others have findings.
+TEST_F(ValidateCliTest, SvrlReportsFailedAssertsAndFiredReports) {
+    CommandResult result = runCli({"validate", "--format", "svrl", "--schema", kRules, kMissingFields});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "");
+    const std::string svrl = "http://purl.oclc.org/dsdl/svrl";
+    EXPECT_EQ(result.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                          "<svrl:schematron-output xmlns:svrl=\"" + svrl + "\">\n"
+                          "  <svrl:failed-assert id=\"QM-01\" flag=\"fatal\" role=\"error\" location=\"/Invoice[1]\">\n"
+                          "    <svrl:text>[QM-01]-An invoice shall have an invoice number (cbc:ID).</svrl:text>\n"
+                          "  </svrl:failed-assert>\n"
+                          "  <svrl:failed-assert id=\"QM-03\" flag=\"fatal\" role=\"error\" location=\"/Invoice[1]\">\n"
+                          "    <svrl:text>[QM-03]-An invoice shall name its currency (cbc:DocumentCurrencyCode).</svrl:text>\n"
+                          "  </svrl:failed-assert>\n"
+                          "  <svrl:failed-assert id=\"QM-04\" flag=\"fatal\" role=\"error\" location=\"/Invoice[1]\">\n"
+                          "    <svrl:text>[QM-04]-An invoice shall name the seller "
+                          "(cac:PartyLegalEntity/cbc:RegistrationName).</svrl:text>\n"
+                          "  </svrl:failed-assert>\n"
+                          "  <svrl:successful-report id=\"QM-20\" flag=\"warning\" role=\"info\" location=\"/Invoice[1]\">\n"
+                          "    <svrl:text>[QM-20]-The invoice states neither a due date nor payment terms.</svrl:text>\n"
+                          "  </svrl:successful-report>\n"
+                          "</svrl:schematron-output>\n");
+}
+
 TEST_F(ValidateCliTest, UnreadableAndMalformedFilesDoNotStopTheBatch) {
     const std::string missing = path("missing.xml");
     const std::string malformed = write("malformed.xml", "<Invoice>\n  <cbc:ID>1</cbc:ID>\n");
