@@ -1,0 +1,84 @@
+#pragma once
+// What an evaluation runs with: the focus (context item, position, size), the values of
+// variables, the implicit timezone and current time, the document-order numbering, the
+// temporary trees made during the evaluation, and the work budget.
+
+#include <libxml/tree.h>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "quillmark/xml.h"
+#include "xpath/atomic_operations.h"
+#include "xpath/document_order.h"
+#include "xpath/evaluation_limits.h"
+#include "xpath/item.h"
+
+namespace quillmark::xpath {
+
+struct Focus {
+    const Item* item = nullptr;  // null: the context item is absent
+    size_t position = 0;
+    size_t size = 0;
+};
+
+class DynamicContext {
+public:
+    explicit DynamicContext(const EvaluationLimits& limits = {});
+
+    // The context item for a top-level evaluation (position and size 1).
+    void setContextItem(std::optional<Item> item);
+    // Values of the global variables, by the slots the static context gave them.
+    void setGlobal(size_t slot, Sequence value);
+    const Sequence& global(size_t slot) const;
+    bool hasGlobal(size_t slot) const { return slot < globalSet_.size() && globalSet_[slot]; }
+
+    Focus focus;
+    Sequence* locals = nullptr;  // the frame of the expression or function being evaluated
+    int callDepth = 0;
+
+    const OperatorContext& operators() const { return operators_; }
+    void setImplicitTimezone(int minutes) { operators_.implicitTimezoneMinutes = minutes; }
+    // The current dateTime, fixed for the whole evaluation once first asked for.
+    const TemporalValue& currentDateTime();
+
+    DocumentOrder& documentOrder() { return order_; }
+    EvaluationBudget& budget() { return budget_; }
+    // Keeps a tree made during the evaluation (a variable's temporary tree) alive.
+    void adoptDocument(std::shared_ptr<xml::Document> document) { documents_.push_back(std::move(document)); }
+    // Keeps a parentless node made during the evaluation (xsl:value-of) alive.
+    void adoptNode(xmlNode* node);
+    ~DynamicContext();
+    DynamicContext(const DynamicContext&) = delete;
+    DynamicContext& operator=(const DynamicContext&) = delete;
+
+private:
+    std::optional<Item> contextItem_;
+    std::vector<Sequence> globals_;
+    std::vector<bool> globalSet_;
+    OperatorContext operators_;
+    std::optional<TemporalValue> now_;
+    DocumentOrder order_;
+    EvaluationBudget budget_;
+    std::vector<std::shared_ptr<xml::Document>> documents_;
+    std::vector<xmlNode*> nodes_;
+};
+
+// Sets the focus for the lifetime of the object and restores the previous one after.
+class FocusScope {
+public:
+    FocusScope(DynamicContext& context, const Item* item, size_t position, size_t size)
+        : context_(context), saved_(context.focus) {
+        context.focus = Focus{item, position, size};
+    }
+    ~FocusScope() { context_.focus = saved_; }
+    FocusScope(const FocusScope&) = delete;
+    FocusScope& operator=(const FocusScope&) = delete;
+
+private:
+    DynamicContext& context_;
+    Focus saved_;
+};
+
+}  // namespace quillmark::xpath

@@ -1,0 +1,7 @@
+#include "xpath/function_registration.h"
+
+namespace quillmark::xpath {
+
+void registerNumericFunctions(FunctionLibrary&) {}
+
+}  // namespace quillmark::xpath

@@ -1,0 +1,7 @@
+#include "xpath/function_registration.h"
+
+namespace quillmark::xpath {
+
+void registerSequenceFunctions(FunctionLibrary&) {}
+
+}  // namespace quillmark::xpath
