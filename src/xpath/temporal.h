@@ -64,8 +64,13 @@ struct DurationValue {
     __int128 nanoseconds = 0;  // day/time part in nanoseconds, same sign as months (or either is 0)
 
     // Lexical forms of xs:duration and its two subtypes; nullopt when invalid ("P", "PT",
-    // "P1Y" as a dayTimeDuration...). Throws FODT0002 for a value beyond the supported range.
+    // "P1Y" as a dayTimeDuration...). Throws FODT0002 for a value beyond the supported range:
+    // like the reference processor, each written component and the total months must fit
+    // in 31 bits.
     static std::optional<DurationValue> parse(DurationKind kind, std::string_view text);
+    // A duration from its two parts (of one sign); FODT0002 when the months leave
+    // -2147483647..2147483647 or the seconds the 64-bit range.
+    static DurationValue fromParts(DurationKind kind, __int128 months, __int128 nanoseconds);
     // Canonical: "P1Y2M", "-P3DT4H5M6.5S", "PT0S" for zero dayTime/duration, "P0M" for zero
     // yearMonth (XPath 2.0 casts).
     std::string toString() const;
