@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "xpath/regex_translation.h"
+
 namespace quillmark::xpath {
 
 // Called periodically while a match runs; returning true aborts the match (the operation
@@ -52,16 +54,11 @@ public:
 private:
     struct Impl;
     explicit XPathRegex(std::unique_ptr<Impl> impl);
+    // Translation and ICU compilation, without the cache.
+    static std::shared_ptr<const XPathRegex> build(std::string_view pattern, std::string_view flags);
+    // FORX0003 for a pattern that matches "", which fn:replace and fn:tokenize refuse.
+    void rejectEmptyMatch(std::string_view function) const;
     std::unique_ptr<Impl> impl_;
 };
-
-// The translation alone (for tests and diagnostics): the ICU pattern text and ICU flags
-// (UREGEX_* bits).
-struct IcuRegex {
-    std::u16string pattern;
-    uint32_t flags = 0;
-};
-// Throws XPathError FORX0001 for bad flags and FORX0002 for a bad pattern.
-IcuRegex translateRegex(std::string_view pattern, std::string_view flags);
 
 }  // namespace quillmark::xpath
