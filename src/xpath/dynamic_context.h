@@ -5,7 +5,11 @@
 
 #include <libxml/tree.h>
 
+#include <functional>
 #include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <optional>
 #include <vector>
 
@@ -31,8 +35,14 @@ public:
     void setContextItem(std::optional<Item> item);
     // Values of the global variables, by the slots the static context gave them.
     void setGlobal(size_t slot, Sequence value);
+    // A global computed on first use (as XSLT evaluates global and template variables):
+    // the value is forgotten and `compute` runs when the variable is next read.
+    void defineGlobal(size_t slot, std::function<Sequence(DynamicContext&)> compute);
+    bool hasGlobal(size_t slot) const { return slot < globals_.size() && globals_[slot].state == GlobalState::Set; }
     const Sequence& global(size_t slot) const;
-    bool hasGlobal(size_t slot) const { return slot < globalSet_.size() && globalSet_[slot]; }
+    // The value of a global, computing it first when it is defined but not yet known;
+    // XPDY0002 when it has no value and no definition, or is defined in terms of itself.
+    const Sequence& readGlobal(size_t slot, const std::string& name);
 
     Focus focus;
     Sequence* locals = nullptr;  // the frame of the expression or function being evaluated
@@ -45,6 +55,9 @@ public:
 
     DocumentOrder& documentOrder() { return order_; }
     EvaluationBudget& budget() { return budget_; }
+    // Nodes that a match pattern evaluated over the whole document selected, per
+    // pattern and tree root (see MatchPattern).
+    std::unordered_map<const void*, std::unordered_set<const xmlNode*>>& patternSelections() { return selections_; }
     // Keeps a tree made during the evaluation (a variable's temporary tree) alive.
     void adoptDocument(std::shared_ptr<xml::Document> document) { documents_.push_back(std::move(document)); }
     // Keeps a parentless node made during the evaluation (xsl:value-of) alive.
@@ -54,15 +67,23 @@ public:
     DynamicContext& operator=(const DynamicContext&) = delete;
 
 private:
+    enum class GlobalState { Unset, Computing, Set };
+    struct Global {
+        Sequence value;
+        GlobalState state = GlobalState::Unset;
+        std::function<Sequence(DynamicContext&)> compute;
+    };
+    Global& globalSlot(size_t slot);
+
     std::optional<Item> contextItem_;
-    std::vector<Sequence> globals_;
-    std::vector<bool> globalSet_;
+    std::vector<Global> globals_;
     OperatorContext operators_;
     std::optional<TemporalValue> now_;
     DocumentOrder order_;
     EvaluationBudget budget_;
     std::vector<std::shared_ptr<xml::Document>> documents_;
     std::vector<xmlNode*> nodes_;
+    std::unordered_map<const void*, std::unordered_set<const xmlNode*>> selections_;
 };
 
 // Sets the focus for the lifetime of the object and restores the previous one after.

@@ -42,8 +42,7 @@ Sequence ContextItemExpression::evaluate(DynamicContext& context) const {
 
 Sequence VariableReference::evaluate(DynamicContext& context) const {
     if (scope_ == VariableScope::Local) return context.locals[slot_];
-    if (!context.hasGlobal(slot_)) throw XPathError(ErrorCode::XPDY0002, "variable $" + name_ + " has no value");
-    return context.global(slot_);
+    return context.readGlobal(slot_, name_);
 }
 
 Sequence RangeExpression::evaluate(DynamicContext& context) const {

@@ -148,6 +148,14 @@ bool PredicateList::anyPositional() const {
     return false;
 }
 
+bool PredicateList::acceptsAlone(DynamicContext& context, const Item& item) const {
+    FocusScope focus(context, &item, 1, 1);
+    for (const ExpressionPtr& predicate : predicates_) {
+        if (!acceptsItem(*predicate, context)) return false;
+    }
+    return true;
+}
+
 // ---- Axis steps -----------------------------------------------------------------
 
 Sequence AxisStep::evaluate(DynamicContext& context) const {

@@ -216,6 +216,9 @@ public:
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override { return true; }
     bool usesPosition() const override { return left_->usesPosition() || right_->usesPosition(); }
+    SetOperator op() const { return op_; }
+    const Expression& left() const { return *left_; }
+    const Expression& right() const { return *right_; }
 
 private:
     SetOperator op_;
@@ -383,6 +386,9 @@ public:
     // every predicate accepts.
     void apply(DynamicContext& context, Sequence& items) const;
     bool anyPositional() const;  // some predicate may select by position
+    // True when every predicate accepts `item` taken alone (for predicates that do not
+    // select by position).
+    bool acceptsAlone(DynamicContext& context, const Item& item) const;
 
 private:
     ExpressionList predicates_;
@@ -415,6 +421,8 @@ public:
         : Expression(offset), primary_(std::move(primary)), predicates_(std::move(predicates)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool usesPosition() const override { return primary_->usesPosition(); }
+    const Expression& primary() const { return *primary_; }
+    const PredicateList& predicates() const { return predicates_; }
 
 private:
     ExpressionPtr primary_;
@@ -436,6 +444,7 @@ public:
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override;
     bool usesPosition() const override { return steps_.front()->usesPosition(); }
+    const ExpressionList& steps() const { return steps_; }
 
 private:
     ExpressionList steps_;
