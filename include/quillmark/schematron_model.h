@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "quillmark/semantics.h"
 #include "quillmark/xml.h"
 
 namespace quillmark {
@@ -72,6 +73,12 @@ struct QMValidationError {
     std::string message;
     std::string location;
     std::string schemaTitle;
+    // Where the offending node's start tag is in the document as read; 0 when unknown.
+    int64_t line = 0;
+    int64_t column = 0;
+    // How the severity is read: the compatible rules (PEPPOL ids are information, the
+    // role is searched for words) or the standard ones (flag, else role, as words).
+    Semantics semantics = Semantics::Compatible;
 
     // "Error", "Warning" or "Info", derived on every call.
     std::string severity() const;

@@ -39,9 +39,18 @@ std::optional<std::string> severityOfRole(const std::string& role) {
     return std::nullopt;
 }
 
+// The standard reading: the flag, else the role, each as one of the six words in any
+// case; else an assert is an error and a report information.
+std::string standardSeverity(const QMValidationError& issue) {
+    if (auto decided = severityOfFlag(issue.flag)) return *decided;
+    if (auto decided = severityOfFlag(issue.role)) return *decided;
+    return issue.type == "report" ? "Info" : "Error";
+}
+
 }  // namespace
 
 std::string QMValidationError::severity() const {
+    if (semantics == Semantics::Standard) return standardSeverity(*this);
     // PEPPOL rules are shown as information whatever they declare.
     if (startsWith(assertionId, "PEPPOL-")) return "Info";
     if (auto decided = severityOfFlag(flag)) return *decided;

@@ -1,0 +1,93 @@
+#include "standard/node_location.h"
+
+#include "quillmark/schematron_validator.h"
+#include "xpath/node_access.h"
+
+namespace quillmark::standard {
+namespace {
+
+const xmlNode* elementOf(const xmlNode* node) {
+    return node->type == XML_ELEMENT_NODE ? node : xpath::treeParent(node);
+}
+
+// 1 + the number of preceding text siblings.
+int64_t textIndex(const xmlNode* node) {
+    int64_t index = 1;
+    for (const xmlNode* sibling = xpath::previousTreeSibling(node); sibling; sibling = xpath::previousTreeSibling(sibling)) {
+        if (xpath::nodeKind(sibling) == xpath::NodeKind::Text) ++index;
+    }
+    return index;
+}
+
+// Offset of the first character of line `line` (1-based) in `text`; npos when the
+// text is shorter.
+size_t lineStart(const std::string& text, int64_t line) {
+    size_t offset = 0;
+    for (int64_t current = 1; current < line; ++current) {
+        offset = text.find('\n', offset);
+        if (offset == std::string::npos) return offset;
+        ++offset;
+    }
+    return offset;
+}
+
+// The column (1-based, in bytes) of "<name" on the line, skipping the start tags of
+// elements of the same name that precede the node on that line.
+int64_t startTagColumn(const xmlNode* element, const std::string& source, int64_t line) {
+    const size_t start = lineStart(source, line);
+    if (start == std::string::npos) return 0;
+    const size_t end = std::min(source.find('\n', start), source.size());
+    const std::string tag = "<" + xpath::qualifiedNameOf(element);
+    int64_t skip = 0;
+    for (const xmlNode* other = xpath::treeParent(element) ? element : nullptr; other;) {
+        // Count earlier elements of the same name on the same line, in document order.
+        const xmlNode* previous = other->prev;
+        while (previous && previous->type != XML_ELEMENT_NODE) previous = previous->prev;
+        if (!previous || xmlGetLineNo(previous) != line) break;
+        if (xpath::qualifiedNameOf(previous) == xpath::qualifiedNameOf(element)) ++skip;
+        other = previous;
+    }
+    for (size_t at = source.find(tag, start); at != std::string::npos && at < end; at = source.find(tag, at + 1)) {
+        const char next = at + tag.size() < source.size() ? source[at + tag.size()] : '>';
+        const bool whole = next == ' ' || next == '>' || next == '/' || next == '\t' || next == '\r' || next == '\n';
+        if (!whole) continue;
+        if (skip-- == 0) return static_cast<int64_t>(at - start) + 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::string locationPath(const xmlNode* node) {
+    switch (xpath::nodeKind(node)) {
+    case xpath::NodeKind::Element:
+    case xpath::NodeKind::Document:
+        return QMSchematronValidator::getNodePath(xml::Node(const_cast<xmlNode*>(node)));
+    case xpath::NodeKind::Attribute: {
+        const std::string owner = locationPath(xpath::treeParent(node));
+        return (owner == "/" ? "" : owner) + "/@" + xpath::qualifiedNameOf(node);
+    }
+    case xpath::NodeKind::Text: {
+        const xmlNode* parent = xpath::treeParent(node);
+        const std::string owner = parent ? locationPath(parent) : "";
+        return (owner == "/" ? "" : owner) + "/text()[" + std::to_string(textIndex(node)) + "]";
+    }
+    case xpath::NodeKind::Comment:
+    case xpath::NodeKind::ProcessingInstruction:
+    case xpath::NodeKind::Other:
+        return xpath::treeParent(node) ? locationPath(xpath::treeParent(node)) : "/";
+    }
+    return "/";
+}
+
+SourcePosition sourcePosition(const xmlNode* node, const std::string* source) {
+    const xmlNode* element = elementOf(node);
+    if (!element || element->type != XML_ELEMENT_NODE) return {};
+    SourcePosition position;
+    position.line = xmlGetLineNo(element);
+    if (position.line <= 0) return {};
+    if (source) position.column = startTagColumn(element, *source, position.line);
+    return position;
+}
+
+}  // namespace quillmark::standard
