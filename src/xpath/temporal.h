@@ -106,9 +106,11 @@ DurationValue subtractTemporals(const TemporalValue& a, const TemporalValue& b, 
 // Sum and difference of two yearMonthDurations or two dayTimeDurations (the kind of `a`).
 DurationValue addDurations(const DurationValue& a, const DurationValue& b);
 DurationValue subtractDurations(const DurationValue& a, const DurationValue& b);
-// Duration times / divided by a double, rounded half-up to whole months or nanoseconds.
-// FOCA0005 for NaN; FODT0002 for an infinite result (division of a yearMonthDuration by
-// zero included, a dayTimeDuration divided by zero too).
+// Duration times / divided by a double, as the reference processor computes them: the
+// double counts as its shortest decimal form, months are rounded half up, nanoseconds cut
+// toward zero, and dividing by d scales by the double 1/d. FOCA0005 for NaN; FODT0002 for
+// an infinite factor, a zero divisor or a result out of range (but a zero
+// yearMonthDuration stays zero).
 DurationValue multiplyDuration(const DurationValue& duration, double factor);
 DurationValue divideDuration(const DurationValue& duration, double divisor);
 // Ratio of two yearMonthDurations or two dayTimeDurations as xs:decimal text ("1.5");
