@@ -10,6 +10,9 @@
 
 namespace quillmark::xpath {
 
+// Each family is contiguous (the string-derived types from String to ENTITY, the
+// decimal types from Decimal to PositiveInteger, the integer types from Integer on), so
+// that the family tests below are range checks.
 enum class AtomicType : uint8_t {
     AnyAtomicType,  // abstract: only in sequence types
     UntypedAtomic,
@@ -79,5 +82,8 @@ bool derivesFrom(AtomicType type, AtomicType ancestor);
 bool isNumericType(AtomicType type);   // xs:decimal and its subtypes, xs:float, xs:double
 bool isIntegerType(AtomicType type);   // xs:integer and its subtypes
 bool isDurationType(AtomicType type);
+bool isStringDerivedType(AtomicType type);  // xs:string and its subtypes
+// Text in comparisons: xs:string and its subtypes, xs:untypedAtomic and xs:anyURI.
+bool isTextualType(AtomicType type);
 
 }  // namespace quillmark::xpath

@@ -3,6 +3,7 @@
 // xs:decimal share an exact Decimal; the string-derived types, xs:untypedAtomic and
 // xs:anyURI share a UTF-8 string; binary types keep their raw bytes.
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -70,5 +71,11 @@ private:
     AtomicType type_;
     Payload payload_;
 };
+
+// The kind of the date/time and duration types, nullopt for other types; and back.
+std::optional<TemporalKind> temporalKindOf(AtomicType type);
+std::optional<DurationKind> durationKindOf(AtomicType type);
+AtomicType atomicTypeOf(TemporalKind kind);
+AtomicType atomicTypeOf(DurationKind kind);
 
 }  // namespace quillmark::xpath
