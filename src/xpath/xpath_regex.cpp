@@ -231,9 +231,9 @@ std::string XPathRegex::replace(std::string_view input, std::string_view replace
 }
 
 std::vector<std::string> XPathRegex::tokenize(std::string_view input, const RegexStopCheck& stop) const {
-    rejectEmptyMatch("fn:tokenize");
     std::vector<std::string> tokens;
-    if (input.empty()) return tokens;
+    if (input.empty()) return tokens;  // before the check of the pattern, as the reference does
+    rejectEmptyMatch("fn:tokenize");
     MatchRun run(*impl_->compiled, impl_->pattern, input, stop);
     size_t cursor = 0;
     while (run.find()) {

@@ -42,8 +42,8 @@ public:
     // invalid ("$" not followed by a digit, "\" not followed by "$" or "\"). "$n" beyond the
     // group count is ""; "$12" takes group 12 only when it exists, else group 1 then "2".
     std::string replace(std::string_view input, std::string_view replacement, const RegexStopCheck& stop = {}) const;
-    // fn:tokenize: FORX0003 when the pattern matches ""; "" input gives no tokens; a match
-    // at the start gives a leading "" token.
+    // fn:tokenize: "" input gives no tokens (whatever the pattern); otherwise FORX0003 when
+    // the pattern matches "", and a match at the start gives a leading "" token.
     std::vector<std::string> tokenize(std::string_view input, const RegexStopCheck& stop = {}) const;
     // True when the pattern matches the empty string.
     bool matchesEmptyString() const;
