@@ -50,7 +50,7 @@ bool parsePart(Cursor& cursor, std::string_view letters, Component first, Writte
         if (letter == letters.size()) return false;
         if (hasFraction && letters[letter] != 'S') return false;
         written.digits[first + letter] = digits;
-        written.nanoseconds = *fraction;
+        if (hasFraction) written.nanoseconds = *fraction;
         ++letter;
     }
     return true;
@@ -109,21 +109,20 @@ DurationValue DurationValue::fromParts(DurationKind kind, __int128 months, __int
 
 std::string DurationValue::toString() const {
     if (months == 0 && nanoseconds == 0) return kind == DurationKind::YearMonthDuration ? "P0M" : "PT0S";
-    bool negative = months < 0 || nanoseconds < 0;
-    std::string text = negative ? "-P" : "P";
+    const DurationValue size{kind, months < 0 ? -months : months, magnitude(nanoseconds)};
+    std::string text = months < 0 || nanoseconds < 0 ? "-P" : "P";
     auto append = [&](int64_t value, char designator) {
-        if (value != 0) text += std::to_string(value < 0 ? -value : value) + designator;
+        if (value != 0) text += std::to_string(value) + designator;
     };
-    append(years(), 'Y');
-    append(monthsPart(), 'M');
-    append(days(), 'D');
-    if (nanoseconds % kNanosPerDay == 0) return text;
+    append(size.years(), 'Y');
+    append(size.monthsPart(), 'M');
+    append(size.days(), 'D');
+    if (size.nanoseconds % kNanosPerDay == 0) return text;
     text += 'T';
-    append(hours(), 'H');
-    append(minutes(), 'M');
-    if (nanoseconds % kNanosPerMinute == 0) return text;
-    std::string seconds = secondsText();
-    return text + (negative ? seconds.substr(1) : seconds) + 'S';
+    append(size.hours(), 'H');
+    append(size.minutes(), 'M');
+    if (size.nanoseconds % kNanosPerMinute == 0) return text;
+    return text + size.secondsText() + 'S';
 }
 
 DurationValue DurationValue::convertTo(DurationKind target) const {

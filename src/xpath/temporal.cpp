@@ -128,9 +128,8 @@ std::string yearText(int64_t year) {
 }
 
 std::string timeText(const TemporalValue& value) {
-    std::string seconds = temporal_lexical::secondsDecimalText(value.second, value.nanosecond);
-    return paddedNumber(value.hour, 2) + ":" + paddedNumber(value.minute, 2) + ":" + (value.second < 10 ? "0" : "") +
-           seconds;
+    return paddedNumber(value.hour, 2) + ":" + paddedNumber(value.minute, 2) + ":" + paddedNumber(value.second, 2) +
+           temporal_lexical::fractionText(value.nanosecond);
 }
 
 std::string timezoneText(std::optional<int> timezone) {

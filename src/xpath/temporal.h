@@ -43,6 +43,7 @@ struct TemporalValue {
     // date -> dateTime at 00:00:00, date -> gregorian...). nullopt when XPath does not allow it.
     std::optional<TemporalValue> convertTo(TemporalKind target) const;
 
+    // fn:year-from-dateTime ... fn:minutes-from-time read the fields above.
     // Seconds with their fraction as decimal text: "5", "5.25" (fn:seconds-from-dateTime).
     std::string secondsText() const;
     // The timezone as an xs:dayTimeDuration ("-PT5H"), nullopt without one
@@ -96,11 +97,12 @@ std::strong_ordering compareDurations(const DurationValue& a, const DurationValu
 
 // dateTime/date/time plus or minus a yearMonthDuration or dayTimeDuration. Adding months
 // clamps the day to the month's end (2001-01-31 + P1M = 2001-02-28); a time wraps around
-// midnight and ignores months. The timezone is kept. FODT0001 when the year leaves the range.
+// midnight and ignores months. The timezone is kept. FODT0001 when the year leaves the range;
+// XPTY0004 for a gregorian value.
 TemporalValue addDuration(const TemporalValue& value, const DurationValue& duration);
 TemporalValue subtractDuration(const TemporalValue& value, const DurationValue& duration);
 // a - b for two dateTimes, two dates or two times, as an xs:dayTimeDuration; a side without
-// a timezone is taken in `implicitTimezoneMinutes`.
+// a timezone is taken in `implicitTimezoneMinutes`. XPTY0004 for other kinds or two kinds.
 DurationValue subtractTemporals(const TemporalValue& a, const TemporalValue& b, int implicitTimezoneMinutes);
 
 // Sum and difference of two yearMonthDurations or two dayTimeDurations (the kind of `a`).
@@ -113,8 +115,9 @@ DurationValue subtractDurations(const DurationValue& a, const DurationValue& b);
 // yearMonthDuration stays zero).
 DurationValue multiplyDuration(const DurationValue& duration, double factor);
 DurationValue divideDuration(const DurationValue& duration, double divisor);
-// Ratio of two yearMonthDurations or two dayTimeDurations as xs:decimal text ("1.5");
-// FOAR0001 when `b` is zero.
+// Ratio of two yearMonthDurations or two dayTimeDurations as xs:decimal text ("1.5"), with
+// at most 20 fractional digits, the last rounded half to even; FOAR0001 when `b` is zero,
+// XPTY0004 when `a` is a plain xs:duration.
 std::string divideDurations(const DurationValue& a, const DurationValue& b);
 
 // --- Timezones ----------------------------------------------------------------------------
@@ -125,10 +128,12 @@ int timezoneFromDuration(const DurationValue& timezone);
 // fn:adjust-dateTime/date/time-to-timezone: with a timezone, a value that has one is moved
 // to it and one without gets it; with nullopt the timezone is removed (local time kept).
 // A date is adjusted as its midnight and keeps only the date. The one-argument functions
-// pass the implicit timezone.
+// pass the implicit timezone. FODT0003 for an offset beyond 14 hours, XPTY0004 for a
+// gregorian value.
 TemporalValue adjustToTimezone(const TemporalValue& value, std::optional<int> timezoneMinutes);
 
-// fn:dateTime($date, $time); FORG0008 when both have a timezone and they differ.
+// fn:dateTime($date, $time): the date's fields, the time's, and the timezone of either;
+// FORG0008 when both have a timezone and they differ.
 TemporalValue combineDateAndTime(const TemporalValue& date, const TemporalValue& time);
 
 // --- The clock ----------------------------------------------------------------------------

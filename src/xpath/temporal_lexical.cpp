@@ -65,15 +65,16 @@ std::optional<int64_t> digitValue(std::string_view digits, int64_t limit) {
 
 std::string secondsDecimalText(int64_t seconds, int nanoseconds) {
     bool negative = seconds < 0 || nanoseconds < 0;
-    std::string text = negative ? "-" : "";
     // Through unsigned so that the most negative value has a magnitude too.
     uint64_t wholeMagnitude = seconds < 0 ? 0 - static_cast<uint64_t>(seconds) : static_cast<uint64_t>(seconds);
-    text += std::to_string(wholeMagnitude);
-    int fraction = std::abs(nanoseconds);
-    if (fraction == 0) return text;
-    std::string digits = paddedNumber(fraction, 9);
+    return (negative ? "-" : "") + std::to_string(wholeMagnitude) + fractionText(std::abs(nanoseconds));
+}
+
+std::string fractionText(int nanoseconds) {
+    if (nanoseconds == 0) return "";
+    std::string digits = paddedNumber(nanoseconds, 9);
     digits.erase(digits.find_last_not_of('0') + 1);
-    return text + "." + digits;
+    return "." + digits;
 }
 
 std::string paddedNumber(int64_t value, int width) {

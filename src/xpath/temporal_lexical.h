@@ -40,6 +40,8 @@ std::optional<int64_t> digitValue(std::string_view digits, int64_t limit);
 
 // Seconds and nanoseconds (both of one sign) as decimal text: "5", "5.25", "-0.5".
 std::string secondsDecimalText(int64_t seconds, int nanoseconds);
+// The fraction of a second without trailing zeros: ".25" for 250000000, "" for 0.
+std::string fractionText(int nanoseconds);
 // A non-negative number in at least `width` digits, zero-padded: paddedNumber(5, 2) = "05".
 std::string paddedNumber(int64_t value, int width);
 

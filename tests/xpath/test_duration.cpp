@@ -16,11 +16,7 @@ using testing::errorCodeOf;
 using testing::yearMonths;
 using Kind = DurationKind;
 
-struct LexicalCase {
-    Kind kind;
-    const char* text;
-    const char* canonical;  // nullptr: not a valid lexical form
-};
+using LexicalCase = testing::LexicalCase<Kind>;
 
 const LexicalCase kLexicalCases[] = {
     {Kind::Duration, "P1Y2M3DT10H30M", "P1Y2M3DT10H30M"},
@@ -83,17 +79,7 @@ const LexicalCase kLexicalCases[] = {
 };
 
 TEST(DurationLexical, ParsesValidFormsToTheirCanonicalText) {
-    for (const LexicalCase& c : kLexicalCases) {
-        std::optional<DurationValue> value = DurationValue::parse(c.kind, c.text);
-        if (!c.canonical) {
-            EXPECT_FALSE(value) << c.text << " parsed as " << value->toString();
-            continue;
-        }
-        ASSERT_TRUE(value) << c.text;
-        EXPECT_EQ(value->kind, c.kind) << c.text;
-        EXPECT_EQ(value->toString(), c.canonical) << c.text;
-        EXPECT_EQ(DurationValue::parse(c.kind, value->toString()), value) << c.text;
-    }
+    testing::expectLexicalForms<DurationValue>(kLexicalCases);
 }
 
 TEST(DurationLexical, ComponentsBeyond31BitsOverflow) {

@@ -15,11 +15,7 @@ using testing::temporal;
 using testing::time;
 using Kind = TemporalKind;
 
-struct LexicalCase {
-    Kind kind;
-    const char* text;
-    const char* canonical;  // nullptr: not a valid lexical form
-};
+using LexicalCase = testing::LexicalCase<Kind>;
 
 const LexicalCase kLexicalCases[] = {
     // xs:dateTime
@@ -130,18 +126,7 @@ const LexicalCase kLexicalCases[] = {
 };
 
 TEST(TemporalLexical, ParsesValidFormsToTheirCanonicalText) {
-    for (const LexicalCase& c : kLexicalCases) {
-        std::optional<TemporalValue> value = TemporalValue::parse(c.kind, c.text);
-        if (!c.canonical) {
-            EXPECT_FALSE(value) << c.text << " parsed as " << value->toString();
-            continue;
-        }
-        ASSERT_TRUE(value) << c.text;
-        EXPECT_EQ(value->kind, c.kind) << c.text;
-        EXPECT_EQ(value->toString(), c.canonical) << c.text;
-        // The canonical form reads back as the same value.
-        EXPECT_EQ(TemporalValue::parse(c.kind, value->toString()), value) << c.text;
-    }
+    testing::expectLexicalForms<TemporalValue>(kLexicalCases);
 }
 
 TEST(TemporalLexical, KeepsComponentsInTheirFields) {
