@@ -389,7 +389,9 @@ private:
         case 'C': return nameCharacterSet(true, true);
         case 'p': return propertyEscape(false);
         case 'P': return propertyEscape(true);
-        default: position_ -= 2; fail("unknown escape");
+        default:
+            position_ -= 2;
+            fail(letter < 0x80 ? fmt::format("unknown escape \\{}", static_cast<char>(letter)) : "unknown escape");
         }
     }
 

@@ -92,13 +92,15 @@ private:
     std::unique_ptr<icu::RegexMatcher> matcher_;
 };
 
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
 // A replacement string of fn:replace, split into literal text and group references.
 struct ReplacementPart {
     std::string literal;
     size_t group = 0;  // used when `literal` is empty
 };
 
-// "$N" takes as many digits as name a group (see fn:replace); "\$" and "\\" are escapes.
+// "$N" refers to group N; "\$" and "\\" are escapes; anything else after '$' or '\' is FORX0004.
 std::vector<ReplacementPart> parseReplacement(std::string_view replacement, size_t groupCount) {
     std::vector<ReplacementPart> parts;
     std::string literal;
@@ -123,16 +125,16 @@ std::vector<ReplacementPart> parseReplacement(std::string_view replacement, size
             literal += c;
             continue;
         }
-        if (next < '0' || next > '9') {
+        if (!isDigit(next)) {
             throw XPathError(ErrorCode::FORX0004,
                              fmt::format("invalid replacement string \"{}\": '$' must be followed by a digit", replacement));
         }
         flushLiteral();
         size_t group = static_cast<size_t>(next - '0');
         i += 1;
-        // Beyond the group count a further digit is a literal character, except that a
-        // single-digit reference to a missing group is simply "".
-        while (i + 1 < replacement.size() && replacement[i + 1] >= '0' && replacement[i + 1] <= '9' &&
+        // A further digit belongs to the number while that still names a group ("$0" never
+        // takes one); otherwise it is a literal character. A missing group stands for "".
+        while (group != 0 && i + 1 < replacement.size() && isDigit(replacement[i + 1]) &&
                group * 10 + static_cast<size_t>(replacement[i + 1] - '0') <= groupCount) {
             group = group * 10 + static_cast<size_t>(replacement[i + 1] - '0');
             ++i;
@@ -188,9 +190,8 @@ std::shared_ptr<const XPathRegex> XPathRegex::build(std::string_view pattern, st
         throw XPathError(ErrorCode::FORX0002, fmt::format("regular expression \"{}\" cannot be compiled: {}", pattern,
                                                           u_errorName(status)));
     }
-    std::shared_ptr<const XPathRegex> regex(new XPathRegex(std::move(impl)));
-    regex->impl_->matchesEmpty = regex->matches("");
-    return regex;
+    impl->matchesEmpty = MatchRun(*impl->compiled, impl->pattern, "", {}).find();
+    return std::shared_ptr<const XPathRegex>(new XPathRegex(std::move(impl)));
 }
 
 void XPathRegex::rejectEmptyMatch(std::string_view function) const {

@@ -187,6 +187,9 @@ TEST(XPathRegexReplace, SubstitutesGroupsAndEscapes) {
         {elevenGroups, "abcdefghijk", "$12", "a2"},
         {"(a)", "a", "$2", ""},
         {"(a)", "a", "$10", "a0"},
+        {"(a)", "a", "$01", "a1"},
+        {"a", "a", "$00", "a0"},
+        {"(a)", "a", "$99999999999999999999999", "9999999999999999999999"},
         {"(a)", "a", "$1$", "FORX0004"},
         // escapes
         {"a", "a", "\\$\\\\", "$\\"},
