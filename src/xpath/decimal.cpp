@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "xpath/error.h"
+#include "xpath/numeral_scan.h"
 
 namespace quillmark::xpath {
 
@@ -28,8 +29,7 @@ using Int128 = __int128;
 
 constexpr int64_t kMaxSmallPowerOfTen = 18;  // 10^18 is the largest power of ten in int64
 constexpr int64_t kMaxWidePowerOfTen = 36;   // the largest one the 128-bit division path uses
-// Fraction digits beyond the reference's 18 that division keeps: the quotient has
-// max(18, scale(a) - scale(b) + 18) of them.
+// Decimal division keeps max(18, scale(a) - scale(b) + 18) fraction digits.
 constexpr int64_t kDivisionFractionDigits = 18;
 // No value holds this many digits, so a rounding position further left gives zero.
 constexpr int64_t kLowestRoundingScale = -(int64_t{1} << 40);
@@ -45,13 +45,15 @@ constexpr std::array<int64_t, kMaxSmallPowerOfTen + 1> kPowersOfTen = [] {
     return powers;
 }();
 
-Int128 powerOfTen128(int64_t exponent)
-{
+constexpr std::array<Int128, kMaxWidePowerOfTen + 1> kPowersOfTen128 = [] {
+    std::array<Int128, kMaxWidePowerOfTen + 1> powers{};
     Int128 power = 1;
-    for (int64_t i = 0; i < exponent; ++i)
+    for (auto& entry : powers) {
+        entry = power;
         power *= 10;
-    return power;
-}
+    }
+    return powers;
+}();
 
 mpz_class powerOfTen(int64_t exponent)
 {
@@ -98,20 +100,27 @@ int roundingStep(Rounding mode, int fractionSign, int halfComparison, bool quoti
     return 0;
 }
 
-int signOf(Int128 value) { return (value > 0) - (value < 0); }
-
-int compareHalf(Int128 remainder, Int128 divisor)
+template <typename Integer>
+int signOf(Integer value)
 {
-    const Int128 twice = 2 * (remainder < 0 ? -remainder : remainder);
-    const Int128 magnitude = divisor < 0 ? -divisor : divisor;
+    return (value > 0) - (value < 0);
+}
+
+template <typename Integer>
+int compareHalf(Integer remainder, Integer divisor)
+{
+    const Integer twice = 2 * (remainder < 0 ? -remainder : remainder);
+    const Integer magnitude = divisor < 0 ? -divisor : divisor;
     return (twice > magnitude) - (twice < magnitude);
 }
 
-// q of n / d rounded; |n| and |d| below 2^127 / 2.
-Int128 roundedQuotient(Int128 numerator, Int128 divisor, Rounding mode)
+// The rounded quotient n / d, for int64 (|d| at most 10^18) or 128-bit integers (|n| and |d|
+// below 2^126).
+template <typename Integer>
+Integer roundedQuotient(Integer numerator, Integer divisor, Rounding mode)
 {
-    const Int128 quotient = numerator / divisor;
-    const Int128 remainder = numerator % divisor;
+    const Integer quotient = numerator / divisor;
+    const Integer remainder = numerator - quotient * divisor;  // one division, also for 128 bits
     return quotient + roundingStep(mode, signOf(remainder) * signOf(divisor), compareHalf(remainder, divisor),
                                    (quotient & 1) != 0);
 }
@@ -168,37 +177,11 @@ std::string placePoint(bool negative, const std::string& digits, int64_t scale)
     return text + "0." + std::string(static_cast<size_t>(scale - digitCount), '0') + digits;
 }
 
-// The parts of a numeral written [+-]? digits ('.' digits)?.
-struct Numeral {
-    bool negative = false;
-    std::string_view integerDigits;
-    std::string_view fractionDigits;
-};
-
-std::string_view takeDigits(std::string_view& text)
-{
-    size_t end = 0;
-    while (end < text.size() && text[end] >= '0' && text[end] <= '9')
-        ++end;
-    const std::string_view digits = text.substr(0, end);
-    text.remove_prefix(end);
-    return digits;
-}
-
 // numeral ::= [+-]? (digits ('.' digits?)? | '.' digits), the point only when allowed
-std::optional<Numeral> scanNumeral(std::string_view text, bool allowPoint)
+std::optional<NumeralParts> scanNumeral(std::string_view text, bool allowPoint)
 {
-    Numeral numeral;
-    if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
-        numeral.negative = text.front() == '-';
-        text.remove_prefix(1);
-    }
-    numeral.integerDigits = takeDigits(text);
-    if (allowPoint && !text.empty() && text.front() == '.') {
-        text.remove_prefix(1);
-        numeral.fractionDigits = takeDigits(text);
-    }
-    if (!text.empty() || (numeral.integerDigits.empty() && numeral.fractionDigits.empty()))
+    const auto numeral = takeMantissa(text, allowPoint);
+    if (!numeral || !text.empty())
         return std::nullopt;
     return numeral;
 }
@@ -257,10 +240,11 @@ struct DecimalAccess {
         return value;
     }
 
+    // unscaled / 10^scale, any scale.
     static Decimal fromInt128(Int128 unscaled, int64_t scale)
     {
         if (unscaled >= std::numeric_limits<int64_t>::min() && unscaled <= std::numeric_limits<int64_t>::max())
-            return fromSmall(static_cast<int64_t>(unscaled), scale);
+            return fromScaled(static_cast<int64_t>(unscaled), scale);
         const bool negative = unscaled < 0;
         const auto bits = static_cast<unsigned __int128>(negative ? -unscaled : unscaled);
         mpz_class wide(static_cast<unsigned long>(bits >> 64));
@@ -335,6 +319,34 @@ AlignedWide alignWide(const Decimal& a, const Decimal& b)
     return aligned;
 }
 
+// The magnitude fits in 126 bits: 128-bit arithmetic cannot overflow on it.
+std::optional<Int128> narrowTo128(const mpz_class& value)
+{
+    static_assert(GMP_LIMB_BITS == 64, "two limbs make 128 bits");
+    if (mpz_sizeinbase(value.get_mpz_t(), 2) > 126)
+        return std::nullopt;
+    const size_t limbs = mpz_size(value.get_mpz_t());
+    const Int128 low = limbs > 0 ? mpz_getlimbn(value.get_mpz_t(), 0) : 0;
+    const Int128 high = limbs > 1 ? mpz_getlimbn(value.get_mpz_t(), 1) : 0;
+    const Int128 magnitude = (high << 64) | low;
+    return sgn(value) < 0 ? -magnitude : magnitude;
+}
+
+// unscaled / 10^(targetScale + dropped) rounded to targetScale fraction digits; quotients of
+// two small values (up to 38 digits) stay in 128-bit arithmetic.
+Decimal roundWide(const mpz_class& unscaled, int64_t dropped, int64_t targetScale, Rounding mode)
+{
+    // Fewer digits than are dropped: below half a unit of the target position.
+    const bool belowHalfUnit = static_cast<int64_t>(mpz_sizeinbase(unscaled.get_mpz_t(), 10)) < dropped;
+    if (belowHalfUnit && mode != Rounding::Floor && mode != Rounding::Ceiling)
+        return Decimal();
+    if (dropped <= kMaxWidePowerOfTen) {
+        if (const auto narrow = narrowTo128(unscaled))
+            return Access::fromInt128(roundedQuotient(*narrow, kPowersOfTen128[dropped], mode), targetScale);
+    }
+    return Access::fromWide(roundedQuotient(unscaled, powerOfTen(dropped), mode), targetScale);
+}
+
 // The value rounded to targetScale fraction digits (a negative one rounds to tens, hundreds...).
 Decimal roundToScale(const Decimal& value, int64_t targetScale, Rounding mode)
 {
@@ -343,15 +355,12 @@ Decimal roundToScale(const Decimal& value, int64_t targetScale, Rounding mode)
         return value;
     const int64_t dropped = value.scale() - targetScale;
     if (!Access::isBig(value) && dropped <= kMaxSmallPowerOfTen) {
-        const auto rounded = roundedQuotient(Access::small(value), kPowersOfTen[dropped], mode);
-        return Access::fromScaled(static_cast<int64_t>(rounded), targetScale);
+        const int64_t rounded = roundedQuotient(Access::small(value), kPowersOfTen[dropped], mode);
+        return Access::fromScaled(rounded, targetScale);
     }
-    const mpz_class unscaled = Access::unscaled(value);
-    // Fewer digits than are dropped: below half a unit of the target position.
-    const bool belowHalfUnit = static_cast<int64_t>(mpz_sizeinbase(unscaled.get_mpz_t(), 10)) < dropped;
-    if (belowHalfUnit && mode != Rounding::Floor && mode != Rounding::Ceiling)
-        return Decimal();
-    return Access::fromWide(roundedQuotient(unscaled, powerOfTen(dropped), mode), targetScale);
+    if (Access::isBig(value))
+        return roundWide(Access::big(value), dropped, targetScale, mode);
+    return roundWide(mpz_class(static_cast<long>(Access::small(value))), dropped, targetScale, mode);
 }
 
 // a div b with the given number of fraction digits, through 128-bit integers when the
@@ -361,7 +370,7 @@ std::optional<Decimal> divideSmall(const Decimal& a, const Decimal& b, int64_t s
     if (Access::isBig(a) || Access::isBig(b) || shift > kMaxWidePowerOfTen)
         return std::nullopt;
     Int128 numerator = 0;
-    if (__builtin_mul_overflow(Int128{Access::small(a)}, powerOfTen128(shift), &numerator))
+    if (__builtin_mul_overflow(Int128{Access::small(a)}, kPowersOfTen128[shift], &numerator))
         return std::nullopt;
     return Access::fromInt128(roundedQuotient(numerator, Int128{Access::small(b)}, Rounding::HalfDown), resultScale);
 }
@@ -417,7 +426,7 @@ Binary toBinary(const Decimal& value)
     return value.sign() < 0 ? -magnitudeLimit : magnitudeLimit;
 }
 
-std::optional<Decimal> numeralValue(const Numeral& numeral)
+std::optional<Decimal> numeralValue(const NumeralParts& numeral)
 {
     std::string_view integerDigits = numeral.integerDigits;
     std::string_view fractionDigits = numeral.fractionDigits;

@@ -1,5 +1,6 @@
 #include "xpath/numeric_text.h"
 
+#include "xpath/numeral_scan.h"
 #include "xpath/subnormal_digits.h"
 
 #include <array>
@@ -79,16 +80,6 @@ std::string formatBinary(Binary value)
     return sign + plainText(shortestDigits(magnitude));
 }
 
-std::string_view takeDigits(std::string_view& text)
-{
-    size_t end = 0;
-    while (end < text.size() && text[end] >= '0' && text[end] <= '9')
-        ++end;
-    const std::string_view digits = text.substr(0, end);
-    text.remove_prefix(end);
-    return digits;
-}
-
 // What the text conversion needs besides the text: where the first significant digit is,
 // so that an out-of-range result can be told apart as overflow or underflow.
 struct FloatingNumeral {
@@ -124,19 +115,9 @@ int64_t mantissaOrder(std::string_view integerDigits, std::string_view fractionD
 // numeral ::= [+-]? (digits ('.' digits?)? | '.' digits) ([eE] [+-]? digits)?
 std::optional<FloatingNumeral> scanFloatingNumeral(std::string_view text)
 {
-    FloatingNumeral numeral;
-    if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
-        numeral.negative = text.front() == '-';
-        text.remove_prefix(1);
-    }
-    numeral.unsignedText = text;
-    const std::string_view integerDigits = takeDigits(text);
-    std::string_view fractionDigits;
-    if (!text.empty() && text.front() == '.') {
-        text.remove_prefix(1);
-        fractionDigits = takeDigits(text);
-    }
-    if (integerDigits.empty() && fractionDigits.empty())
+    const std::string_view whole = text;
+    const auto mantissa = takeMantissa(text, true);
+    if (!mantissa)
         return std::nullopt;
     int64_t exponent = 0;
     if (!text.empty() && (text.front() == 'e' || text.front() == 'E')) {
@@ -151,7 +132,10 @@ std::optional<FloatingNumeral> scanFloatingNumeral(std::string_view text)
     }
     if (!text.empty())
         return std::nullopt;
-    numeral.magnitudeOrder = mantissaOrder(integerDigits, fractionDigits) + exponent;
+    FloatingNumeral numeral;
+    numeral.negative = mantissa->negative;
+    numeral.unsignedText = whole.substr(whole.front() == '+' || whole.front() == '-' ? 1 : 0);
+    numeral.magnitudeOrder = mantissaOrder(mantissa->integerDigits, mantissa->fractionDigits) + exponent;
     return numeral;
 }
 
