@@ -3,6 +3,7 @@
 #include <libxml/xpath.h>
 #include <libxml/xpathInternals.h>
 
+#include <cstddef>
 #include <optional>
 #include <unordered_map>
 
@@ -50,6 +51,18 @@ bool rootDeclaresDefaultNamespace(xmlDoc* doc) {
         if (!ns->prefix && ns->href && ns->href[0]) return true;
     }
     return false;
+}
+
+// Sorting into document order compares nodes; without help libxml2 compares two
+// elements by walking their sibling lists, which makes sorting the results of a path such
+// as "//a/b" quadratic in the number of siblings. Once the elements carry their document
+// position (libxml2 keeps it in the otherwise unused content field of elements), each
+// comparison is a subtraction. Elements added to the tree later carry no position and
+// are compared the slow way, so the order stays right if a document is edited.
+void numberElementsInDocumentOrder(xmlDoc* doc) {
+    xmlNode* root = doc ? xmlDocGetRootElement(doc) : nullptr;
+    if (!root || reinterpret_cast<ptrdiff_t>(root->content) < 0) return;
+    xmlXPathOrderDocElems(doc);
 }
 
 }  // namespace
@@ -144,6 +157,7 @@ std::vector<Node> XPathEngine::select(Node context, const std::string& xpath, bo
     if (!raw || raw->type == XML_NAMESPACE_DECL) return nodes;
     const Compiled& entry = impl_->compiled(xpath, rootDeclaresDefaultNamespace(raw->doc));
     if (!entry.compiles()) return nodes;
+    numberElementsInDocumentOrder(raw->doc);
     if (entry.simple) {
         if (failed) *failed = false;
         for (xmlNode* node : detail::evaluateSimplePath(*entry.simple, raw)) nodes.emplace_back(node);
