@@ -17,15 +17,17 @@ AtomicValue AtomicValue::fromFloat(float value) { return AtomicValue(AtomicType:
 
 AtomicValue AtomicValue::fromTemporal(TemporalValue value) {
     const AtomicType type = atomicTypeOf(value.kind);
-    return AtomicValue(type, value);
+    return AtomicValue(type, std::make_shared<const TemporalValue>(value));
 }
 
 AtomicValue AtomicValue::fromDuration(DurationValue value) {
     const AtomicType type = atomicTypeOf(value.kind);
-    return AtomicValue(type, value);
+    return AtomicValue(type, std::make_shared<const DurationValue>(value));
 }
 
-AtomicValue AtomicValue::fromQName(QNameValue value) { return AtomicValue(AtomicType::QName, std::move(value)); }
+AtomicValue AtomicValue::fromQName(QNameValue value) {
+    return AtomicValue(AtomicType::QName, std::make_shared<const QNameValue>(std::move(value)));
+}
 
 AtomicValue AtomicValue::fromBinary(std::string bytes, AtomicType type) { return AtomicValue(type, std::move(bytes)); }
 
@@ -41,9 +43,9 @@ std::string AtomicValue::toString() const {
         std::string operator()(const Decimal& value) const { return value.toString(); }
         std::string operator()(double value) const { return formatDouble(value); }
         std::string operator()(float value) const { return formatFloat(value); }
-        std::string operator()(const TemporalValue& value) const { return value.toString(); }
-        std::string operator()(const DurationValue& value) const { return value.toString(); }
-        std::string operator()(const QNameValue& value) const { return value.lexicalForm(); }
+        std::string operator()(const std::shared_ptr<const TemporalValue>& value) const { return value->toString(); }
+        std::string operator()(const std::shared_ptr<const DurationValue>& value) const { return value->toString(); }
+        std::string operator()(const std::shared_ptr<const QNameValue>& value) const { return value->lexicalForm(); }
     };
     return std::visit(Canonical{type_}, payload_);
 }

@@ -4,6 +4,7 @@
 // xs:anyURI share a UTF-8 string; binary types keep their raw bytes.
 
 #include <optional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -52,9 +53,9 @@ public:
     const Decimal& decimalValue() const { return std::get<Decimal>(payload_); }
     double doubleValue() const { return std::get<double>(payload_); }
     float floatValue() const { return std::get<float>(payload_); }
-    const TemporalValue& temporalValue() const { return std::get<TemporalValue>(payload_); }
-    const DurationValue& durationValue() const { return std::get<DurationValue>(payload_); }
-    const QNameValue& qnameValue() const { return std::get<QNameValue>(payload_); }
+    const TemporalValue& temporalValue() const { return *std::get<std::shared_ptr<const TemporalValue>>(payload_); }
+    const DurationValue& durationValue() const { return *std::get<std::shared_ptr<const DurationValue>>(payload_); }
+    const QNameValue& qnameValue() const { return *std::get<std::shared_ptr<const QNameValue>>(payload_); }
 
     // The value as xs:string: the canonical text of its type ("1.0E7", "0.5", "true",
     // "2013-05-01", "PT1H", upper-case hex digits, base64 text, "p:local").
@@ -65,7 +66,10 @@ public:
     AtomicValue withType(AtomicType type) const;
 
 private:
-    using Payload = std::variant<std::string, bool, Decimal, double, float, TemporalValue, DurationValue, QNameValue>;
+    // The larger, rarer payloads live on the heap (shared: values never change), so that
+    // an item stays small: sequences of nodes are the common case.
+    using Payload = std::variant<std::string, bool, Decimal, double, float, std::shared_ptr<const TemporalValue>,
+                                 std::shared_ptr<const DurationValue>, std::shared_ptr<const QNameValue>>;
     AtomicValue(AtomicType type, Payload payload) : type_(type), payload_(std::move(payload)) {}
 
     AtomicType type_;

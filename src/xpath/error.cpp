@@ -13,6 +13,7 @@ std::string_view errorCodeName(ErrorCode code) {
     case ErrorCode::XPST0081: return "XPST0081";
     case ErrorCode::XPDY0002: return "XPDY0002";
     case ErrorCode::XPDY0050: return "XPDY0050";
+    case ErrorCode::XPDY0130: return "XPDY0130";
     case ErrorCode::XPTY0004: return "XPTY0004";
     case ErrorCode::XPTY0018: return "XPTY0018";
     case ErrorCode::XPTY0019: return "XPTY0019";

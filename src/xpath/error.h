@@ -22,6 +22,7 @@ enum class ErrorCode {
     // Dynamic and type errors.
     XPDY0002,  // context item is absent
     XPDY0050,  // treat as: wrong type
+    XPDY0130,  // an implementation limit was exceeded (a range too large)
     XPTY0004,  // type error
     XPTY0018,  // path result mixes nodes and atomic values
     XPTY0019,  // path step applied to an atomic value

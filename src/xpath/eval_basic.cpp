@@ -7,6 +7,10 @@
 #include "xpath/syntax_tree.h"
 
 namespace quillmark::xpath {
+namespace {
+// Longer ranges are refused: their items would not fit in memory.
+constexpr int64_t kMaxRangeLength = int64_t{1} << 24;
+}  // namespace
 
 bool Expression::effectiveBooleanValue(DynamicContext& context) const {
     return xpath::effectiveBooleanValue(evaluate(context));
@@ -57,13 +61,17 @@ Sequence RangeExpression::evaluate(DynamicContext& context) const {
     const std::optional<Decimal> to = bound(to_);
     Sequence result;
     if (!from || !to || *from > *to) return result;
-    const std::optional<int64_t> first = from->toInt64();
-    const std::optional<int64_t> last = to->toInt64();
-    if (!first || !last) throw XPathError(ErrorCode::FOAR0002, "the range is too large");
-    for (int64_t value = *first;; ++value) {
+    const std::optional<int64_t> length = (*to - *from).toInt64();
+    if (!length || *length >= kMaxRangeLength) {
+        throw XPathError(ErrorCode::XPDY0130, "the range " + from->toString() + " to " + to->toString() + " is too large");
+    }
+    result.reserve(static_cast<size_t>(*length) + 1);
+    const Decimal one = Decimal::fromInt64(1);
+    Decimal value = *from;
+    for (int64_t index = 0; index <= *length; ++index) {
         context.budget().charge();
-        result.emplace_back(AtomicValue::fromInteger(value));
-        if (value == *last) break;
+        result.emplace_back(AtomicValue::fromDecimal(value, AtomicType::Integer));
+        value = value + one;
     }
     return result;
 }

@@ -620,6 +620,10 @@ private:
             parseElementOrAttributeTestBody(type);
         } else if (name.text == "document-node") {
             type.kind = ItemTypeKind::Document;
+            if (atName("schema-element") && peekIs(TokenKind::LeftParen)) {
+                advance();
+                parseSchemaTest(true);
+            }
             if (atName("element") && peekIs(TokenKind::LeftParen)) {
                 advance();
                 advance();
@@ -633,9 +637,20 @@ private:
                 return closeKindTest(type);
             }
         } else {
-            throw XPathError(ErrorCode::XPST0051, name.text + "() needs a schema, which is not supported");
+            parseSchemaTest(name.text == "schema-element");
         }
         return closeKindTest(type);
+    }
+
+    // SchemaElementTest ::= "schema-element" "(" ElementName ")", after its "(": the
+    // name must be declared in a schema, and no schema is imported here.
+    [[noreturn]] void parseSchemaTest(bool element) {
+        if (at(TokenKind::LeftParen)) advance();
+        const Token& token = expect(TokenKind::Name);
+        resolveName(token, element);  // an undeclared prefix is the first error
+        expect(TokenKind::RightParen);
+        throw XPathError(ErrorCode::XPST0008, std::string(element ? "element" : "attribute") + " '" + token.text +
+                                                  "' is not declared in any imported schema");
     }
 
     ItemType closeKindTest(ItemType type) {
@@ -826,6 +841,7 @@ private:
                 return ItemType{};
             }
             if (isKindTestName(current().text)) return parseKindTest();
+            fail("'" + current().text + "(' is not a sequence type");
         }
         ItemType type;
         type.kind = ItemTypeKind::Atomic;
