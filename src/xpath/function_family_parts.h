@@ -1,0 +1,25 @@
+#pragma once
+// Parts of the built-in families that live in files of their own; each family's
+// registration calls its parts.
+
+#include <string_view>
+
+#include "xpath/dynamic_context.h"
+#include "xpath/function_library.h"
+
+namespace quillmark::xpath {
+
+// Part of the string family: fn:encode-for-uri, fn:iri-to-uri, fn:escape-html-uri.
+void registerUriEscapingFunctions(FunctionLibrary& library);
+// Parts of the miscellaneous family: functions on QNames and in-scope namespaces, and
+// functions on documents and URIs (fn:doc, fn:base-uri...).
+void registerQNameFunctions(FunctionLibrary& library);
+void registerDocumentFunctions(FunctionLibrary& library);
+
+// Charges the budget for a pass over `text`: one unit per 256 bytes, so that the clock is
+// looked at during long runs over large strings without counting each byte as a step.
+inline void chargeForText(DynamicContext& context, std::string_view text) {
+    context.budget().charge(text.size() / 256);
+}
+
+}  // namespace quillmark::xpath
