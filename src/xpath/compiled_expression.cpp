@@ -6,26 +6,6 @@
 #include "xpath/syntax_tree.h"
 
 namespace quillmark::xpath {
-namespace {
-
-// Gives an evaluation the frame of its local variables and restores the caller's.
-class FrameScope {
-public:
-    FrameScope(DynamicContext& context, size_t frameSize)
-        : context_(context), saved_(context.locals), frame_(frameSize) {
-        context.locals = frame_.data();
-    }
-    ~FrameScope() { context_.locals = saved_; }
-    FrameScope(const FrameScope&) = delete;
-    FrameScope& operator=(const FrameScope&) = delete;
-
-private:
-    DynamicContext& context_;
-    Sequence* saved_;
-    std::vector<Sequence> frame_;
-};
-
-}  // namespace
 
 CompiledExpression::CompiledExpression(std::string_view text, const StaticContext& context) : text_(text) {
     LocalScope scope;

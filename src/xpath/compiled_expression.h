@@ -36,6 +36,8 @@ public:
 
     const std::string& text() const { return text_; }
     const Expression& root() const { return *root_; }
+    // Local variable slots an evaluation of the tree needs (see FrameScope).
+    size_t frameSize() const { return frameSize_; }
 
 private:
     std::string text_;

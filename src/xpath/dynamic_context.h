@@ -102,4 +102,20 @@ private:
     Focus saved_;
 };
 
+// Gives an evaluation a frame for its local variables and restores the caller's.
+class FrameScope {
+public:
+    FrameScope(DynamicContext& context, size_t frameSize) : context_(context), saved_(context.locals), frame_(frameSize) {
+        context.locals = frame_.data();
+    }
+    ~FrameScope() { context_.locals = saved_; }
+    FrameScope(const FrameScope&) = delete;
+    FrameScope& operator=(const FrameScope&) = delete;
+
+private:
+    DynamicContext& context_;
+    Sequence* saved_;
+    std::vector<Sequence> frame_;
+};
+
 }  // namespace quillmark::xpath
