@@ -14,29 +14,22 @@
 #include <sstream>
 
 #include "quillmark/schematron_validator.h"
+#include "support/en16931_cases.h"
 #include "support/test_support.h"
 
 namespace quillmark {
 namespace {
 
-using testing::corpusAvailable;
+using Expectation = testing::CaseExpectation;
+using Fired = testing::FiredRules;
+using testing::describe;
+using testing::isMet;
 using testing::corpusPath;
 using testing::readFile;
 using testing::sourcePath;
 
 constexpr const char* kUBLRules = "en16931/ubl/schematron/preprocessed/EN16931-UBL-validation-preprocessed.sch";
 constexpr const char* kCIIRules = "en16931/cii/schematron/preprocessed/EN16931-CII-validation-preprocessed.sch";
-
-struct Expectation {
-    std::string caseName;  // "ubl-invoice/BR-01-1.xml"
-    std::string kind;      // "error", "warning" or "success"
-    std::string rule;
-    std::string key() const { return caseName + " " + rule; }
-};
-
-struct Fired {
-    std::set<std::string> errors, warnings;
-};
 
 // Keys ("case rule") of the table rows of deviations.md whose first cell names a case.
 std::set<std::string> listedDeviations() {
@@ -50,37 +43,8 @@ std::set<std::string> listedDeviations() {
     return keys;
 }
 
-std::vector<Expectation> loadExpectations() {
-    std::vector<Expectation> expectations;
-    const auto cases = nlohmann::json::parse(readFile(corpusPath("en16931/cases/expectations.json")));
-    for (const auto& [caseName, entry] : cases.items()) {
-        for (const auto& expect : entry["expect"]) {
-            expectations.push_back({caseName, expect["kind"].get<std::string>(), expect["rule"].get<std::string>()});
-        }
-    }
-    return expectations;
-}
-
-bool isMet(const Expectation& expectation, const Fired& fired) {
-    if (expectation.kind == "error") return fired.errors.contains(expectation.rule);
-    if (expectation.kind == "warning") return fired.warnings.contains(expectation.rule);
-    return !fired.errors.contains(expectation.rule) && !fired.warnings.contains(expectation.rule);
-}
-
-std::string describe(const Fired& fired) {
-    std::string text = "errors:";
-    for (const auto& id : fired.errors) text += " " + id;
-    text += "; warnings:";
-    for (const auto& id : fired.warnings) text += " " + id;
-    return text;
-}
-
 class EN16931CasesTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        if (!corpusAvailable()) GTEST_SKIP() << "corpus not available";
-    }
-
     // Each rule set is loaded once and serves every case of its syntax.
     const SchematronSchema& rulesFor(const std::string& caseName) {
         const bool cii = caseName.rfind("cii/", 0) == 0;
@@ -115,7 +79,7 @@ TEST_F(EN16931CasesTest, EveryExpectationIsMetOrAListedDeviation) {
     size_t met = 0;
     size_t total = 0;
     std::vector<std::string> nowMet;
-    for (const Expectation& expectation : loadExpectations()) {
+    for (const Expectation& expectation : testing::loadCaseExpectations()) {
         auto found = firedByCase.find(expectation.caseName);
         if (found == firedByCase.end()) found = firedByCase.emplace(expectation.caseName, validate(expectation.caseName)).first;
         ++total;
@@ -138,7 +102,7 @@ TEST_F(EN16931CasesTest, EveryExpectationIsMetOrAListedDeviation) {
 // A typo in the list would hide a regression of the case it meant.
 TEST_F(EN16931CasesTest, ListedDeviationsNameRealExpectations) {
     std::set<std::string> known;
-    for (const Expectation& expectation : loadExpectations()) known.insert(expectation.key());
+    for (const Expectation& expectation : testing::loadCaseExpectations()) known.insert(expectation.key());
     for (const auto& key : listedDeviations()) EXPECT_TRUE(known.count(key)) << "unknown case or rule: " << key;
 }
 
