@@ -1,0 +1,58 @@
+#pragma once
+// Runs XSD files and Schematron rule sets on documents, each file loaded once and kept
+// for the whole batch, in either profile. Safe to use from several threads: documents
+// of a batch may be validated at the same time.
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "quillmark/schematron_model.h"
+#include "quillmark/semantics.h"
+#include "quillmark/xml.h"
+#include "standard/compiled_rule_set.h"
+
+namespace quillmark {
+class CompiledXSD;
+}
+
+namespace quillmark::scenarios {
+
+// What running a list of files on one document gave.
+struct FilesOutcome {
+    QMValidationResult result;       // the findings of the files that ran, merged in file order
+    std::vector<std::string> failures;  // one line per file that could not be loaded or run
+    // A verdict only when every file ran: otherwise the document is not validated.
+    bool validated() const { return failures.empty(); }
+};
+
+class RuleFileRunner {
+public:
+    RuleFileRunner(Semantics semantics, standard::LoadOptions loadOptions, standard::RunOptions runOptions);
+    ~RuleFileRunner();
+
+    FilesOutcome run(const xml::Document& document, const std::vector<std::string>& files);
+    Semantics semantics() const { return semantics_; }
+
+private:
+    struct Failed {
+        std::string message;
+    };
+    using Loaded = std::variant<std::shared_ptr<const standard::CompiledRuleSet>, std::shared_ptr<const CompiledXSD>,
+                                std::shared_ptr<const SchematronSchema>, Failed>;
+
+    const Loaded& load(const std::string& path);
+    Loaded loadUncached(const std::string& path);
+    void runOne(const xml::Document& document, const std::string& path, FilesOutcome& into);
+
+    Semantics semantics_;
+    standard::LoadOptions loadOptions_;
+    standard::RunOptions runOptions_;
+    std::mutex mutex_;
+    std::map<std::string, std::unique_ptr<Loaded>> loaded_;
+};
+
+}  // namespace quillmark::scenarios
