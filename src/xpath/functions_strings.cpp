@@ -7,7 +7,7 @@
 #include <unicode/unistr.h>
 
 #include <climits>
-#include <cmath>
+#include <limits>
 #include <unordered_map>
 
 #include "quillmark/unicode.h"
@@ -15,6 +15,7 @@
 #include "xpath/collation.h"
 #include "xpath/function_registration.h"
 #include "xpath/function_family_parts.h"
+#include "xpath/numeric_helpers.h"
 #include "xpath/xml_text.h"
 
 namespace quillmark::xpath {
@@ -48,13 +49,6 @@ Sequence stringJoin(DynamicContext& context, Arguments& arguments) {
     return stringResult(std::move(text));
 }
 
-// fn:round on a double: halves go towards positive infinity. floor(x + 0.5) would be
-// wrong for 0.49999999999999994, whose sum with 0.5 rounds up to 1.
-double roundHalfUp(double value) {
-    const double down = std::floor(value);
-    return value - down >= 0.5 ? down + 1 : down;
-}
-
 // The code points at positions p (from 1) with first <= p < end. NaN bounds select
 // nothing, as every comparison with NaN is false.
 std::string codePointsBetween(std::string_view text, double first, double end) {
@@ -69,7 +63,7 @@ Sequence substring(DynamicContext&, Arguments& arguments) {
     const std::string text = stringArgument(arguments[0]);
     const double first = roundHalfUp(arguments[1].front().atomic().doubleValue());
     const double end = arguments.size() > 2 ? first + roundHalfUp(arguments[2].front().atomic().doubleValue())
-                                            : HUGE_VAL;
+                                            : std::numeric_limits<double>::infinity();
     return stringResult(codePointsBetween(text, first, end));
 }
 
