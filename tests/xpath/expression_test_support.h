@@ -29,26 +29,35 @@ inline std::shared_ptr<xml::Document> parseDocument(std::string_view text) {
     return document;
 }
 
+// The items of a result, each as describeItem writes it, joined by ", "; "()" for the
+// empty sequence.
+inline std::string describeOutcome(const Sequence& value) {
+    if (value.empty()) return "()";
+    std::string outcome;
+    for (const Item& item : value) outcome += (outcome.empty() ? "" : ", ") + describeItem(item);
+    return outcome;
+}
+
 // Sets up the dynamic context of one evaluation (context item, implicit timezone...).
 using ContextSetup = std::function<void(DynamicContext&)>;
 
-// What evaluating `expression` gives: the items, each as describeItem writes it, joined
-// by ", "; "()" for the empty sequence; the error code when it fails.
-inline std::string evaluationOutcome(std::string_view expression, const ContextSetup& setup,
-                                     const EvaluationLimits& limits = {}) {
+// What evaluating `expression` compiled against `statics` gives: describeOutcome of the
+// result, or the error code when compiling, setting up or evaluating fails.
+inline std::string evaluationOutcome(std::string_view expression, const StaticContext& statics,
+                                     const ContextSetup& setup, const EvaluationLimits& limits = {}) {
     try {
-        const StaticContext statics;
         const CompiledExpression compiled(expression, statics);
         DynamicContext context(limits);
         setup(context);
-        const Sequence value = compiled.evaluate(context);
-        if (value.empty()) return "()";
-        std::string outcome;
-        for (const Item& item : value) outcome += (outcome.empty() ? "" : ", ") + describeItem(item);
-        return outcome;
+        return describeOutcome(compiled.evaluate(context));
     } catch (const XPathError& error) {
         return error.codeText();
     }
+}
+
+inline std::string evaluationOutcome(std::string_view expression, const ContextSetup& setup,
+                                     const EvaluationLimits& limits = {}) {
+    return evaluationOutcome(expression, StaticContext(), setup, limits);
 }
 
 // The same with the document node as the context item when a document is given, else
