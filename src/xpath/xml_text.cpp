@@ -5,20 +5,6 @@
 namespace quillmark::xpath {
 namespace {
 
-// XML 1.0 (fifth edition) NameStartChar, colon included.
-bool isNameStartChar(UChar32 c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == ':' || (c >= 0xC0 && c <= 0xD6) ||
-           (c >= 0xD8 && c <= 0xF6) || (c >= 0xF8 && c <= 0x2FF) || (c >= 0x370 && c <= 0x37D) ||
-           (c >= 0x37F && c <= 0x1FFF) || (c >= 0x200C && c <= 0x200D) || (c >= 0x2070 && c <= 0x218F) ||
-           (c >= 0x2C00 && c <= 0x2FEF) || (c >= 0x3001 && c <= 0xD7FF) || (c >= 0xF900 && c <= 0xFDCF) ||
-           (c >= 0xFDF0 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0xEFFFF);
-}
-
-bool isNameChar(UChar32 c) {
-    return isNameStartChar(c) || c == '-' || c == '.' || (c >= '0' && c <= '9') || c == 0xB7 ||
-           (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
-}
-
 bool isAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isAsciiDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -42,10 +28,23 @@ bool allCodePoints(std::string_view text, FirstTest first, RestTest rest) {
 
 bool isNameWithColons(std::string_view text, bool colonAllowed) {
     if (!colonAllowed && text.find(':') != std::string_view::npos) return false;
-    return allCodePoints(text, isNameStartChar, isNameChar);
+    return allCodePoints(text, isXmlNameStartChar, isXmlNameChar);
 }
 
 }  // namespace
+
+bool isXmlNameStartChar(char32_t c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == ':' || (c >= 0xC0 && c <= 0xD6) ||
+           (c >= 0xD8 && c <= 0xF6) || (c >= 0xF8 && c <= 0x2FF) || (c >= 0x370 && c <= 0x37D) ||
+           (c >= 0x37F && c <= 0x1FFF) || (c >= 0x200C && c <= 0x200D) || (c >= 0x2070 && c <= 0x218F) ||
+           (c >= 0x2C00 && c <= 0x2FEF) || (c >= 0x3001 && c <= 0xD7FF) || (c >= 0xF900 && c <= 0xFDCF) ||
+           (c >= 0xFDF0 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0xEFFFF);
+}
+
+bool isXmlNameChar(char32_t c) {
+    return isXmlNameStartChar(c) || c == '-' || c == '.' || (c >= '0' && c <= '9') || c == 0xB7 ||
+           (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
+}
 
 std::string_view trimXmlWhiteSpace(std::string_view text) {
     size_t begin = 0;
@@ -84,7 +83,7 @@ bool isXmlName(std::string_view text) { return isNameWithColons(text, true); }
 
 bool isXmlNCName(std::string_view text) { return isNameWithColons(text, false); }
 
-bool isXmlNmtoken(std::string_view text) { return allCodePoints(text, isNameChar, isNameChar); }
+bool isXmlNmtoken(std::string_view text) { return allCodePoints(text, isXmlNameChar, isXmlNameChar); }
 
 bool isLanguageTag(std::string_view text) {
     size_t partStart = 0;

@@ -18,6 +18,10 @@ std::string replaceXmlWhiteSpace(std::string_view text);
 // either end go.
 std::string collapseXmlWhiteSpace(std::string_view text);
 
+// NameStartChar and NameChar of XML 1.0 (fifth edition), the colon included.
+bool isXmlNameStartChar(char32_t c);
+bool isXmlNameChar(char32_t c);
+
 // Name ::= NameStartChar NameChar*
 bool isXmlName(std::string_view text);
 // NCName ::= Name - (Char* ':' Char*)

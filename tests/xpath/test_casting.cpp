@@ -147,6 +147,9 @@ TEST(Casting, StringToDatesDurationsBinaryAndNames) {
         {AT::String, "P14M", AT::YearMonthDuration, "xs:yearMonthDuration P1Y2M"},
         {AT::String, "P1Y", AT::DayTimeDuration, "FORG0001"},
         {AT::String, "P", AT::Duration, "FORG0001"},
+        // Beyond the supported range: an error of its own for cast as, false for castable as.
+        {AT::String, "99999999999999999999-01-01", AT::Date, "FODT0001"},
+        {AT::String, "P99999999999999999999Y", AT::YearMonthDuration, "FODT0002"},
         {AT::String, "0aff", AT::HexBinary, "xs:hexBinary 0AFF"},
         {AT::String, "", AT::HexBinary, "xs:hexBinary "},
         {AT::String, "abc", AT::HexBinary, "FORG0001"},
