@@ -77,6 +77,12 @@ std::optional<double> numberOrBooleanAsDouble(const AtomicValue& value) {
     return numberAsDouble(value);
 }
 
+CastResult castToDouble(const AtomicValue& value) {
+    const std::optional<double> number = numberOrBooleanAsDouble(value);
+    if (!number) return forbiddenCast;
+    return AtomicValue::fromDouble(*number);
+}
+
 CastResult castToFloat(const AtomicValue& value) {
     // A decimal is rounded to float once, not through a double.
     if (primitiveType(value.type()) == AtomicType::Decimal) return AtomicValue::fromFloat(value.decimalValue().toFloat());
@@ -120,11 +126,7 @@ CastResult castNonText(const AtomicValue& value, AtomicType target, const Prefix
     }
     if (isStringDerivedType(target)) return castText(value.toString(), target, resolver);
     if (primitiveType(target) == AtomicType::Decimal) return castToDecimalFamily(value, target);
-    if (target == AtomicType::Double) {
-        const std::optional<double> number = numberOrBooleanAsDouble(value);
-        if (!number) return forbiddenCast;
-        return AtomicValue::fromDouble(*number);
-    }
+    if (target == AtomicType::Double) return castToDouble(value);
     if (target == AtomicType::Float) return castToFloat(value);
     if (target == AtomicType::Boolean) return castToBoolean(value);
     if (const std::optional<TemporalKind> kind = temporalKindOf(target)) return castToTemporal(value, *kind);
@@ -153,9 +155,12 @@ std::string shortened(std::string_view text, size_t limit) {
     return std::string(text.substr(0, limit)) + "...";
 }
 
-AtomicValue valueOrThrow(CastResult result, std::string_view sourceText, AtomicType sourceType, AtomicType target) {
-    if (const auto* failure = std::get_if<CastFailure>(&result)) throwCastFailure(*failure, sourceText, sourceType, target);
-    return std::get<AtomicValue>(std::move(result));
+// The error of a failed cast, naming the value (its text made only now, on failure).
+[[noreturn]] void throwCastFailure(const CastFailure& failure, std::string_view sourceText, AtomicType sourceType,
+                                   AtomicType target) {
+    std::string message = "cannot cast " + atomicTypeName(sourceType) + " \"" + shortened(sourceText, 60) + "\" to " +
+                          atomicTypeName(target) + ": " + std::string(failure.reason);
+    throw XPathError(failure.code, std::move(message));
 }
 
 }  // namespace
@@ -165,25 +170,23 @@ CastResult checkedInteger(Decimal value, AtomicType target) {
     return AtomicValue::fromDecimal(std::move(value), target);
 }
 
-void throwCastFailure(const CastFailure& failure, std::string_view sourceText, AtomicType sourceType, AtomicType target) {
-    std::string message = "cannot cast " + atomicTypeName(sourceType) + " \"" + shortened(sourceText, 60) + "\" to " +
-                          atomicTypeName(target) + ": " + std::string(failure.reason);
-    throw XPathError(failure.code, std::move(message));
-}
-
 }  // namespace casting
 
 AtomicValue castAtomic(const AtomicValue& value, AtomicType target, const PrefixResolver& resolver) {
     casting::CastResult result = casting::tryCast(value, target, resolver);
-    if (std::holds_alternative<AtomicValue>(result)) return std::get<AtomicValue>(std::move(result));
-    return casting::valueOrThrow(std::move(result), value.toString(), value.type(), target);
+    if (const auto* failure = std::get_if<casting::CastFailure>(&result)) {
+        casting::throwCastFailure(*failure, value.toString(), value.type(), target);
+    }
+    return std::get<AtomicValue>(std::move(result));
 }
 
 bool isCastable(const AtomicValue& value, AtomicType target, const PrefixResolver& resolver) {
     try {
         const casting::CastResult result = casting::tryCast(value, target, resolver);
         const auto* failure = std::get_if<casting::CastFailure>(&result);
-        if (failure && isStaticError(failure->code)) casting::throwCastFailure(*failure, value.toString(), value.type(), target);
+        if (failure && isStaticError(failure->code)) {
+            casting::throwCastFailure(*failure, value.toString(), value.type(), target);
+        }
         return failure == nullptr;
     } catch (const XPathError& error) {
         // Reading a date or duration beyond the supported range throws; that is a failed cast here.
@@ -193,7 +196,11 @@ bool isCastable(const AtomicValue& value, AtomicType target, const PrefixResolve
 }
 
 AtomicValue castFromText(std::string_view text, AtomicType target, const PrefixResolver& resolver) {
-    return casting::valueOrThrow(casting::castText(text, target, resolver), text, AtomicType::String, target);
+    casting::CastResult result = casting::castText(text, target, resolver);
+    if (const auto* failure = std::get_if<casting::CastFailure>(&result)) {
+        casting::throwCastFailure(*failure, text, AtomicType::String, target);
+    }
+    return std::get<AtomicValue>(std::move(result));
 }
 
 }  // namespace quillmark::xpath

@@ -1,7 +1,7 @@
 #pragma once
 // Pieces shared by the casting files. Casts report failure as a value rather than an
-// exception, so that `castable as` and the general comparison do not pay for one;
-// castAtomic turns the failure into an XPathError.
+// exception, so that `castable as` does not pay for one; castAtomic turns the failure
+// into an XPathError.
 
 #include <string_view>
 #include <variant>
@@ -25,9 +25,5 @@ CastResult castText(std::string_view text, AtomicType target, const PrefixResolv
 // An integral decimal labelled `target` (an integer type) when it satisfies the type's
 // range facets; FORG0001 otherwise.
 CastResult checkedInteger(Decimal value, AtomicType target);
-
-// The error castAtomic throws for a failed cast of `value`.
-[[noreturn]] void throwCastFailure(const CastFailure& failure, std::string_view sourceText, AtomicType sourceType,
-                                   AtomicType target);
 
 }  // namespace quillmark::xpath::casting
