@@ -126,7 +126,14 @@ size_t hashNumber(const AtomicValue& value) {
 // Dates and times that compare equal are the same instant: hash the instant in UTC.
 size_t hashTemporal(const TemporalValue& value, const OperatorContext& context) {
     size_t seed = static_cast<size_t>(value.kind);
-    if (!isOrderedTemporalKind(value.kind)) return seed;  // gregorian values: equal ones may differ in every field
+    if (!isOrderedTemporalKind(value.kind)) {
+        // A timezone moves a gregorian value by less than a day: equal years and months
+        // keep their fields, equal days may not (--03-01+14:00 eq --02-29-10:00).
+        if (value.kind == TemporalKind::GMonthDay || value.kind == TemporalKind::GDay) return seed;
+        combineHash(seed, std::hash<int64_t>{}(value.year));
+        combineHash(seed, std::hash<int>{}(value.month));
+        return seed;
+    }
     TemporalValue local = value;
     if (!local.timezoneMinutes) local.timezoneMinutes = context.implicitTimezoneMinutes;
     TemporalValue utc;

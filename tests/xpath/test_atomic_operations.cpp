@@ -303,7 +303,11 @@ TEST(AtomicGrouping, EqualValuesHashAlike) {
         {{AT::Time, "23:00:00-01:00"}, {AT::Time, "00:00:00Z"}, false},  // both on the same reference day
         {{AT::DateTime, "2002-04-02T12:00:00"}, {AT::DateTime, "2002-04-02T12:00:00Z"}, true},
         {{AT::GMonthDay, "--12-31+14:00"}, {AT::GMonthDay, "--12-30-10:00"}, true},
+        {{AT::GMonthDay, "--03-01+14:00"}, {AT::GMonthDay, "--02-29-10:00"}, true},
+        {{AT::GYearMonth, "2013-05"}, {AT::GYearMonth, "2013-05Z"}, true},
+        {{AT::GMonth, "--05+01:00"}, {AT::GMonth, "--05+01:00"}, true},
         {{AT::GYear, "2013"}, {AT::GYear, "2014"}, false},
+        {{AT::GYear, "2013+01:00"}, {AT::GYear, "2013"}, false},
         {{AT::Duration, "P1Y"}, {AT::YearMonthDuration, "P12M"}, true},
         {{AT::DayTimeDuration, "PT24H"}, {AT::Duration, "P1D"}, true},
         {{AT::QName, "p:a"}, {AT::QName, "q:a"}, true},
