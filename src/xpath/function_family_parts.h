@@ -2,6 +2,7 @@
 // Parts of the built-in families that live in files of their own; each family's
 // registration calls its parts.
 
+#include <string>
 #include <string_view>
 
 #include "xpath/dynamic_context.h"
@@ -15,6 +16,10 @@ void registerUriEscapingFunctions(FunctionLibrary& library);
 // functions on documents and URIs (fn:doc, fn:base-uri...).
 void registerQNameFunctions(FunctionLibrary& library);
 void registerDocumentFunctions(FunctionLibrary& library);
+
+// fn:iri-to-uri: spaces, controls, the characters <>"{}|\^` and all beyond ASCII written as
+// %HH escapes of their UTF-8 bytes.
+std::string iriToUri(std::string_view iri);
 
 // Charges the budget for a pass over `text`: one unit per 256 bytes, so that the clock is
 // looked at during long runs over large strings without counting each byte as a step.

@@ -77,7 +77,7 @@ std::filesystem::path localFile(std::string_view uri) {
 }
 
 // Reads and parses the document; FODC0002 when that fails. The document knows its URI
-// afterwards, for fn:document-uri and fn:base-uri.
+// afterwards ("file:/dir/a%20b.xml"), for fn:document-uri and fn:base-uri.
 std::shared_ptr<xml::Document> loadDocument(std::string_view uri) {
     const std::filesystem::path file = localFile(uri);
     Error error;
@@ -85,7 +85,7 @@ std::shared_ptr<xml::Document> loadDocument(std::string_view uri) {
     if (!document) throw XPathError(ErrorCode::FODC0002, "doc(): " + error.localizedDescription);
     xmlDoc* raw = document->raw();
     if (raw->URL) xmlFree(const_cast<xmlChar*>(raw->URL));
-    raw->URL = xmlStrdup(reinterpret_cast<const xmlChar*>(("file:" + file.string()).c_str()));
+    raw->URL = xmlStrdup(reinterpret_cast<const xmlChar*>(("file:" + iriToUri(file.string())).c_str()));
     return document;
 }
 

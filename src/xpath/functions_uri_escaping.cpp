@@ -50,6 +50,8 @@ Sequence escapeFunction(DynamicContext& context, Arguments& arguments) {
 
 }  // namespace
 
+std::string iriToUri(std::string_view iri) { return escapeBytes(iri, &keptInUri); }
+
 void registerUriEscapingFunctions(FunctionLibrary& library) {
     define(library, {.name = "encode-for-uri", .parameters = {"xs:string?"}, .result = "xs:string"},
            &escapeFunction<&keptInUriPart>);
