@@ -3,9 +3,10 @@
 // paths and file: URIs, relative ones against the working directory.
 
 #include <libxml/tree.h>
+#include <libxml/uri.h>
 
-#include <cctype>
 #include <filesystem>
+#include <memory>
 
 #include "xpath/function_family_parts.h"
 #include "xpath/function_registration.h"
@@ -19,61 +20,21 @@ Sequence uriResult(const xmlChar* uri) {
     return single(AtomicValue::fromString(reinterpret_cast<const char*>(uri), AtomicType::AnyURI));
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return -1;
-}
-
-// %HH escapes replaced by their bytes; a "%" that starts no escape stays as it is.
-std::string percentDecoded(std::string_view text) {
-    std::string decoded;
-    decoded.reserve(text.size());
-    for (size_t index = 0; index < text.size(); ++index) {
-        const int high = index + 2 < text.size() && text[index] == '%' ? hexValue(text[index + 1]) : -1;
-        const int low = high >= 0 ? hexValue(text[index + 2]) : -1;
-        if (low < 0) {
-            decoded += text[index];
-            continue;
-        }
-        decoded += static_cast<char>(high * 16 + low);
-        index += 2;
-    }
-    return decoded;
-}
-
-// scheme ":" with scheme ::= ALPHA *( ALPHA / DIGIT / "+" / "-" / "." ); one letter is
-// taken for a drive rather than a scheme.
-size_t schemeLength(std::string_view uri) {
-    const size_t colon = uri.find(':');
-    if (colon == std::string_view::npos || colon < 2 || !std::isalpha(static_cast<unsigned char>(uri[0]))) return 0;
-    for (size_t index = 1; index < colon; ++index) {
-        const char c = uri[index];
-        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '+' && c != '-' && c != '.') return 0;
-    }
-    return colon;
-}
-
-// The absolute path of the local file a URI names; FODC0002 for other schemes.
+// The absolute path of the local file a URI names; FODC0002 for other schemes and hosts.
+// Text that is not quite a URI ("/dir/a b.xml") is escaped first, as a path.
 std::filesystem::path localFile(std::string_view uri) {
-    std::string_view path = uri;
-    if (const size_t scheme = schemeLength(uri); scheme > 0) {
-        if (uri.substr(0, scheme) != "file") {
-            throw XPathError(ErrorCode::FODC0002,
-                             "doc(): only local files can be read, not \"" + std::string(uri) + "\"");
-        }
-        path = uri.substr(scheme + 1);
-        if (path.starts_with("//")) {  // an authority: only the local host
-            path.remove_prefix(2);
-            if (path.starts_with("localhost")) path.remove_prefix(9);
-            if (!path.starts_with('/')) {
-                throw XPathError(ErrorCode::FODC0002, "doc(): \"" + std::string(uri) + "\" is not a local file");
-            }
-        }
+    const std::unique_ptr<xmlURI, decltype(&xmlFreeURI)> parsed(xmlParseURI(iriToUri(uri).c_str()), &xmlFreeURI);
+    const auto field = [](const char* value) { return std::string_view(value ? value : ""); };
+    if (!parsed || field(parsed->path).empty()) {
+        throw XPathError(ErrorCode::FODC0002, "doc(): \"" + std::string(uri) + "\" does not name a file");
+    }
+    const std::string_view scheme = field(parsed->scheme);
+    const std::string_view host = field(parsed->server);
+    if ((!scheme.empty() && scheme != "file") || (!host.empty() && host != "localhost")) {
+        throw XPathError(ErrorCode::FODC0002, "doc(): only local files can be read, not \"" + std::string(uri) + "\"");
     }
     std::error_code ignored;
-    return std::filesystem::absolute(percentDecoded(path), ignored).lexically_normal();
+    return std::filesystem::absolute(std::string(field(parsed->path)), ignored).lexically_normal();
 }
 
 // Reads and parses the document; FODC0002 when that fails. The document knows its URI

@@ -236,6 +236,7 @@ TEST_F(MiscDocumentFunctions, DocReadsLocalFiles) {
         {"base-uri(doc(" + quoted(codes_) + ")//code[1])", "xs:anyURI \"file:" + percentEncoded + "\""},
         {"'EUR' = doc(" + quoted(codes_) + ")//code", "xs:boolean true"},
         {"doc(())", "()"},
+        {"doc('')", "FODC0002"},
         {"doc(" + quoted(directory_ + "/missing.xml") + ")", "FODC0002"},
         {"doc(" + quoted(broken_) + ")", "FODC0002"},
         {"doc(" + quoted(directory_) + ")", "FODC0002"},
