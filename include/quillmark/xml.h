@@ -83,9 +83,13 @@ public:
     Document(const Document&) = delete;
     Document& operator=(const Document&) = delete;
 
-    // Parses XML text: no network, no entity substitution, no DTD loading, white-space
-    // text nodes kept. On failure returns null and sets `error` (domain kXMLParserDomain)
-    // to libxml2's message with its line and column.
+    // Parses XML text (UTF-8, whatever the declaration says). Nothing outside the text
+    // is read: no network, no external DTD, and a document that refers to an external
+    // entity is refused. Internal entities are replaced by their text while parsing, as
+    // long as that text stays within ten times the input plus 1 MiB; beyond that the
+    // document is refused. White-space text nodes are kept. On failure returns null and
+    // sets `error` (domain kXMLParserDomain) to libxml2's message (or the refusal) with
+    // its line and column.
     static std::shared_ptr<Document> parse(std::string_view text, Error* error);
     // Reads the file (see readTextFile) and parses it; errors name the file.
     static std::shared_ptr<Document> parseFile(const std::string& path, Error* error);
@@ -116,8 +120,17 @@ private:
     _xmlDoc* doc_;
 };
 
-// Reads a whole file as UTF-8 text. On failure returns nullopt and sets `error`
-// (domain kFileDomain) to a message naming the file and the reason.
+// The largest file the library reads: documents, rule sets, included files, XSD files.
+inline constexpr uint64_t kDefaultMaxInputSize = uint64_t{256} << 20;  // 256 MiB
+// Changes the limit for every later read, on every thread.
+void setMaxInputSize(uint64_t bytes);
+uint64_t maxInputSize();
+
+// Reads a whole file. Only regular files are read (a FIFO, device, socket or directory
+// is refused without blocking), and none larger than maxInputSize(). On failure returns
+// nullopt and sets `error` (domain kFileDomain) to "cannot read PATH: REASON".
+std::optional<std::string> readFileBytes(const std::string& path, Error* error);
+// readFileBytes, and the bytes must be well-formed UTF-8.
 std::optional<std::string> readTextFile(const std::string& path, Error* error);
 
 // XPath 1.0 evaluation with a cache of compiled expressions and one libxml2 context

@@ -9,12 +9,8 @@ namespace {
 
 void ignoreGenericError(void*, const char*, ...) {}
 
-void captureStructuredError(void* context, ParseErrorCapture::ErrorArg error) {
-    static_cast<ParseErrorCapture*>(context)->record(error);
-}
+}  // namespace
 
-// libxml2 messages end in a line break and some span two lines ("...encoding !\nBytes:
-// 0xC3 0x28"); the description is one line.
 std::string oneLine(const char* text) {
     std::string result;
     bool pendingBlank = false;
@@ -31,8 +27,6 @@ std::string oneLine(const char* text) {
     return result;
 }
 
-}  // namespace
-
 GenericErrorSilencer::GenericErrorSilencer()
     : previousHandler_(xmlGenericError), previousContext_(xmlGenericErrorContext) {
     xmlSetGenericErrorFunc(nullptr, ignoreGenericError);
@@ -40,14 +34,7 @@ GenericErrorSilencer::GenericErrorSilencer()
 
 GenericErrorSilencer::~GenericErrorSilencer() { xmlSetGenericErrorFunc(previousContext_, previousHandler_); }
 
-ParseErrorCapture::ParseErrorCapture()
-    : previousHandler_(xmlStructuredError), previousContext_(xmlStructuredErrorContext) {
-    xmlSetStructuredErrorFunc(this, captureStructuredError);
-}
-
-ParseErrorCapture::~ParseErrorCapture() { xmlSetStructuredErrorFunc(previousContext_, previousHandler_); }
-
-void ParseErrorCapture::record(ErrorArg error) {
+void ParseErrorCapture::record(LibxmlErrorArg error) {
     if (!error) return;
     const bool isError = error->level >= XML_ERR_ERROR;
     // Keep the first error; a warning only stands in until an error arrives.
