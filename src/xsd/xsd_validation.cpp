@@ -1,11 +1,10 @@
 // XSD validation through libxml2's XML Schema module.
 //
-// The document handed to libxml2 is a fresh serialization of the parsed document.
-// libxml2 reports validity problems through its process-global generic error handler;
-// our handler collects them only for the length of xmlSchemaValidateDoc and the
-// default handler is put back right after. Messages about reading the document and
-// the XSD file are collected separately so that they do not clutter the terminal; they
-// are never part of the document's findings.
+// The schema is compiled from files the library has read itself (see
+// schema_compilation.h), and libxml2's reports are collected through the parser and
+// validation contexts' own structured handlers: no global handler is touched, so
+// validations on several threads keep their findings apart. One libxml2 report is one
+// message, whatever line feeds it holds.
 
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
@@ -14,7 +13,6 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -29,6 +27,8 @@
 #include "quillmark/unicode.h"
 #include "quillmark/xml.h"
 #include "quillmark/xsd_validation.h"
+#include "xml/safe_parse.h"
+#include "xsd/schema_compilation.h"
 
 namespace quillmark {
 
@@ -48,42 +48,41 @@ extern "C" void captureLibXMLError(void* context, const char* format, ...) {
 
 namespace {
 
-// What one pass through libxml2 found.
-struct LibXMLRun {
-    bool documentParsed = false;
-    bool schemaCompiled = false;
-    int rc = 0;                                 // xmlSchemaValidateDoc's return value
-    std::vector<std::string> messages;          // reported during xmlSchemaValidateDoc
-    std::vector<std::string> schemaMessages;    // reported while reading and compiling the XSD
-    std::vector<std::string> documentMessages;  // reported while reading the serialized document
+using xsd::LibxmlReport;
+using xsd::ReportCollector;
+
+struct DocFree {
+    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
 };
 
-// Parses the serialized document, compiles the XSD and validates. Every libxml2 object
-// is freed here, in the order validation context, schema, parser context, document.
+// Keeps libxml2's quotations of document content valid UTF-8.
+std::string validUtf8(const std::string& text) { return unicode::fromUtf16(unicode::toUtf16(text)); }
+
+// What validating a document's serialization found.
+struct LibXMLRun {
+    bool documentParsed = false;
+    int rc = 0;                         // xmlSchemaValidateDoc's return value
+    std::vector<std::string> messages;  // one per report during validation
+};
+
+// Reads the serialized document back, compiles the XSD and validates. A schema that
+// does not compile is not replaced by one assembled from the document's own schema
+// locations (which libxml2 would do): the run ends with -1.
 LibXMLRun runLibXMLValidation(const std::string& bytes, const std::string& schemaPath) {
     LibXMLRun run;
-    if (bytes.size() > static_cast<size_t>(INT_MAX)) return run;
-    xmlSetGenericErrorFunc(&run.documentMessages, captureLibXMLError);
-    xmlDocPtr document = xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "", nullptr, 0);
-    xmlSetGenericErrorFunc(nullptr, nullptr);
-    if (document == nullptr) return run;
+    std::unique_ptr<xmlDoc, DocFree> document(
+        xml::detail::parseSafely(bytes, "", xml::detail::TextEncoding::Utf8, nullptr));
+    if (!document) return run;
     run.documentParsed = true;
-
-    // libxml2 accepts NULL in each of these calls and reports failure through them.
-    xmlSetGenericErrorFunc(&run.schemaMessages, captureLibXMLError);
-    xmlSchemaParserCtxtPtr parserContext = xmlSchemaNewParserCtxt(schemaPath.c_str());
-    xmlSchemaPtr schema = xmlSchemaParse(parserContext);
-    xmlSchemaValidCtxtPtr validContext = xmlSchemaNewValidCtxt(schema);
-    run.schemaCompiled = schema != nullptr;
-
-    xmlSetGenericErrorFunc(&run.messages, captureLibXMLError);
-    run.rc = xmlSchemaValidateDoc(validContext, document);
-    xmlSetGenericErrorFunc(nullptr, nullptr);
-
-    xmlSchemaFreeValidCtxt(validContext);
-    xmlSchemaFree(schema);
-    xmlSchemaFreeParserCtxt(parserContext);
-    xmlFreeDoc(document);
+    std::string failure;
+    xsd::SchemaHandle schema = xsd::compileSchemaFile(schemaPath, failure);
+    if (!schema) {
+        run.rc = -1;
+        return run;
+    }
+    ReportCollector reports;
+    run.rc = xsd::validateTree(schema.get(), document.get(), reports);
+    for (const LibxmlReport& report : reports.reports()) run.messages.push_back(validUtf8(report.message));
     return run;
 }
 
@@ -153,6 +152,16 @@ Error combinedError(std::vector<Error> collected) {
     return combined;
 }
 
+QMValidationError xsdIssue(std::string message, std::string role, const std::string& schemaTitle) {
+    QMValidationError issue;
+    issue.message = std::move(message);
+    issue.type = "xsd";
+    issue.role = std::move(role);
+    issue.schemaTitle = schemaTitle;
+    issue.location = "";
+    return issue;
+}
+
 }  // namespace
 
 std::vector<QMValidationError> xsdIssuesFromValidationErrors(const std::string& validationErrors,
@@ -165,13 +174,7 @@ std::vector<QMValidationError> xsdIssuesFromValidationErrors(const std::string& 
         std::string piece = trimWhiteSpace(validationErrors.substr(start, end - start));
         start = end + 1;
         if (piece.empty()) continue;
-        QMValidationError issue;
-        issue.message = std::move(piece);
-        issue.type = "xsd";
-        issue.role = "error";
-        issue.schemaTitle = schemaTitle;
-        issue.location = "";
-        issues.push_back(std::move(issue));
+        issues.push_back(xsdIssue(std::move(piece), "error", schemaTitle));
     }
     return issues;
 }
@@ -232,34 +235,56 @@ std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithXSDFile(
     return result;
 }
 
+// ---- Compiled once, validated many times ----
+
+std::shared_ptr<const CompiledXSD> CompiledXSD::load(const std::string& path, Error* error) {
+    std::string failure;
+    xsd::SchemaHandle schema = xsd::compileSchemaFile(path, failure);
+    if (!schema) {
+        setError(error, kXMLValidationDomain, -2, fmt::format("Could not load XSD file {}: {}", path, failure));
+        return nullptr;
+    }
+    return std::shared_ptr<const CompiledXSD>(new CompiledXSD(path, schema.release()));
+}
+
+CompiledXSD::~CompiledXSD() { xmlSchemaFree(schema_); }
+
+std::optional<QMValidationResult> CompiledXSD::validate(const xml::Document& document, Error* error) const {
+    ReportCollector reports;
+    int rc = 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        rc = xsd::validateTree(schema_, document.raw(), reports);
+    }
+    const std::string title = schemaBaseName(path_);
+    QMValidationResult result;
+    for (const LibxmlReport& report : reports.reports()) {
+        std::string message = trimWhiteSpace(validUtf8(report.message));
+        if (message.empty()) continue;
+        if (report.isWarning) {
+            result.warnings.push_back(xsdIssue(std::move(message), "warning", title));
+        } else {
+            result.errors.push_back(xsdIssue(std::move(message), "error", title));
+        }
+    }
+    if (rc != 0 && result.errors.empty()) {
+        // libxml2 gave up without saying why (an internal error): not validated.
+        setError(error, kXMLValidationDomain, rc, fmt::format("XSD validation with {} failed (libxml2 code {})", path_, rc));
+        return std::nullopt;
+    }
+    result.valid = result.errors.empty();
+    result.patterns = std::vector<std::string>{};
+    result.schemaFiles = std::vector<std::string>{path_};
+    return result;
+}
+
 std::optional<QMValidationResult> validateXMLAgainstXSD(const std::string& xml, const std::string& xsdPath,
                                                         Error* error) {
     auto document = xml::Document::parse(xml, error);
     if (!document) return std::nullopt;
-    LibXMLRun run = runLibXMLValidation(document->xmlString(), xsdPath);
-    if (!run.documentParsed) {
-        setError(error, kXMLValidationDomain, -1, "Failed to parse XML.");
-        return std::nullopt;
-    }
-    if (!run.schemaCompiled) {
-        std::string reason = trimWhiteSpace(joinLines(run.schemaMessages));
-        reason = reason.substr(0, reason.find('\n'));
-        if (reason.empty()) reason = "not a usable XML schema";
-        setError(error, kXMLValidationDomain, -2, fmt::format("Could not load XSD file {}: {}", xsdPath, reason));
-        return std::nullopt;
-    }
-    std::string title = schemaBaseName(xsdPath);
-    QMValidationResult result;
-    result.errors = xsdIssuesFromValidationErrors(joinLines(run.messages), title);
-    if (run.rc != 0 && result.errors.empty()) {
-        // libxml2 gave up without saying why (an internal error); do not call that valid.
-        result.errors = xsdIssuesFromValidationErrors(
-            fmt::format("XSD validation failed with libxml2 code {}", run.rc), title);
-    }
-    result.valid = result.errors.empty();
-    result.patterns = std::vector<std::string>{};
-    result.schemaFiles = std::vector<std::string>{xsdPath};
-    return result;
+    auto schema = CompiledXSD::load(xsdPath, error);
+    if (!schema) return std::nullopt;
+    return schema->validate(*document, error);
 }
 
 }  // namespace quillmark
