@@ -19,6 +19,36 @@
 
 namespace quillmark {
 
+// The description of the error (domain kQuillmarkDomain, code 404) for a document that
+// no catalogued schema fits.
+inline constexpr const char* kNoMatchingSchemaDescription = "No matching Schematron schema found for this XML document";
+
+// A schema that could not be used on a document in a strict validation.
+struct SchemaFailure {
+    std::string path;  // the schema file
+    Error error;       // why: it could not be read, parsed, loaded with its includes,
+                       // compiled, or run to its end
+};
+
+// The outcome of a strict validation (QMSchematronValidator::validateDocumentStrictly).
+struct StrictValidationReport {
+    enum class Outcome {
+        Validated,         // every fitting schema was tried; see `failures`
+        NotWellFormed,     // `error` holds the parser's error
+        NoMatchingSchema,  // `error` holds the 404 error
+    };
+    Outcome outcome = Outcome::Validated;
+    Error error;
+    // The findings of the schemas that ran, merged in catalog order; schemaFiles = the
+    // fitting schema paths. Empty unless the outcome is Validated.
+    QMValidationResult result;
+    std::vector<SchemaFailure> failures;
+
+    // True only when every fitting schema ran to its end: then `result` is a verdict.
+    // Otherwise the document is not validated, whatever `result` holds.
+    bool isVerdict() const { return outcome == Outcome::Validated && failures.empty(); }
+};
+
 // A catalog entry: "title", "namespaces" (prefix or "target" to URI), and optionally
 // "customizationID" and "type" ("xsd").
 struct CatalogEntry {
@@ -77,12 +107,24 @@ public:
     std::optional<std::vector<std::string>> findMatchingSchemasForXML(const std::string& xml, Error* error);
     std::optional<QMValidationResult> validateXMLWithAutoDetection(const std::string& xml, Error* error);
 
+    // Automatic validation that fails closed, for tools and viewers. Unlike
+    // validateXMLWithAutoDetection, every fitting schema runs with an error slot of its
+    // own, so one failure skips no other schema; a rule set with an include that cannot
+    // be read, an XSD file that does not compile, or a run that ends early is a
+    // failure; and XSD schemas report libxml2's findings on the document.
+    StrictValidationReport validateXMLStrictly(const std::string& xml);
+    StrictValidationReport validateDocumentStrictly(const xml::Document& document);
+
     // Customization identifier of a document: CustomizationID, else the CII guideline
     // parameter's ID; nullopt when there is none.
     static std::optional<std::string> documentCustomizationID(const xml::Document& document);
 
 private:
-    void addSchemaDirectory(const std::string& directory, std::set<std::string>& visiting);
+    // Catalog keys that fit the document, from the matching cache when it has them
+    // (`cached` says so), else computed and stored there.
+    std::vector<std::string> matchingSchemaPaths(const xml::Document& document, bool* cached);
+    // False when the directory cannot be listed.
+    bool addSchemaDirectory(const std::string& directory, std::set<std::string>& visited);
 
     bool _isInitialized = true;
     std::map<std::string, CatalogEntry> _schemaCatalog;
@@ -102,6 +144,16 @@ std::optional<std::string> validateWithXSD(const xml::Document& document, const 
                                            Error* error);
 std::optional<std::string> validateWithXSDs(const xml::Document& document, const std::vector<std::string>& schemaPaths,
                                             Error* error);
+
+// ---- Telling schema files apart ----
+enum class SchemaFileKind {
+    Schematron,  // root element `schema` in the ISO Schematron or the Schematron 1.5 namespace
+    XSD,         // root element `schema` in the XML Schema namespace
+    Other,       // any other root element
+};
+// The kind of a schema file by its root element, whatever its name. nullopt with
+// `error` set when the file cannot be read or is not well-formed XML.
+std::optional<SchemaFileKind> schemaFileKind(const std::string& path, Error* error);
 
 // ---- Resources of the library ----
 // The library's resource directory (string tables and the like).

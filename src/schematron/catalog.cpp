@@ -168,40 +168,39 @@ std::shared_ptr<xml::Document> loadForCatalog(const std::string& path, const cha
 }  // namespace
 
 void QMSchematronValidator::addSchemaDirectory(const std::string& directory) {
-    std::set<std::string> visiting;
-    addSchemaDirectory(directory, visiting);
+    std::set<std::string> visited;
+    // An unreadable directory leaves the matching cache as it is.
+    if (addSchemaDirectory(directory, visited)) _matchingCache.clear();
 }
 
-// `visiting` holds the canonical paths of the directories being walked, so that a
-// symbolic link back to one of them ends the descent instead of looping.
-void QMSchematronValidator::addSchemaDirectory(const std::string& directory, std::set<std::string>& visiting) {
+// `visited` holds the canonical paths of the directories walked so far: each real
+// directory is read once, so a symbolic link back up the tree ends the descent, and a
+// tree with several links to the same directories is walked in linear time.
+bool QMSchematronValidator::addSchemaDirectory(const std::string& directory, std::set<std::string>& visited) {
     std::error_code error;
     fs::path canonical = fs::canonical(directory, error);
-    if (!error && visiting.count(canonical.string())) {
-        log(fmt::format("Skipping schema directory {}: it leads back to {} (symbolic link cycle)", directory,
-                        canonical.string()));
-        return;
+    if (!error && visited.count(canonical.string())) {
+        log(fmt::format("Skipping schema directory {}: {} has been read already", directory, canonical.string()));
+        return true;
     }
     auto names = listDirectory(directory, error);
     if (!names) {
         log(fmt::format("Error reading schema directory {}: {}", directory, error.message()));
-        return;
+        return false;
     }
-    const std::string key = canonical.string();
-    if (!key.empty()) visiting.insert(key);
+    if (!canonical.empty()) visited.insert(canonical.string());
     for (const auto& name : *names) {
         std::string path = joinPath(directory, name);
         std::error_code statError;
         if (fs::is_directory(path, statError)) {
-            addSchemaDirectory(path, visiting);
+            addSchemaDirectory(path, visited);
         } else if (hasExtension(name, ".sch")) {
             if (name.find("-preprocessed") == std::string::npos) catalogSchemaFile(path);
         } else if (hasExtension(name, ".xsd")) {
             catalogXSDFile(path);
         }
     }
-    if (!key.empty()) visiting.erase(key);
-    _matchingCache.clear();
+    return true;
 }
 
 void QMSchematronValidator::catalogSchemaFile(const std::string& path) {

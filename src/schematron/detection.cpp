@@ -72,23 +72,33 @@ std::optional<std::string> QMSchematronValidator::documentCustomizationID(const 
                             "//*[local-name()='GuidelineSpecifiedDocumentContextParameter']/*[local-name()='ID']");
 }
 
-std::optional<std::vector<std::string>> QMSchematronValidator::findMatchingSchemasForXML(const std::string& xml,
-                                                                                        Error* error) {
-    auto document = xml::Document::parse(xml, error);
-    if (!document) return std::nullopt;
-    std::optional<std::string> customizationID = documentCustomizationID(*document);
+std::vector<std::string> QMSchematronValidator::matchingSchemaPaths(const xml::Document& document, bool* cached) {
+    std::optional<std::string> customizationID = documentCustomizationID(document);
     std::set<std::string> namespaces;
-    if (xml::Node root = document->rootElement()) collectNamespacesFromElement(root, namespaces);
+    if (xml::Node root = document.rootElement()) collectNamespacesFromElement(root, namespaces);
 
     const std::string key = cacheKey(namespaces, customizationID);
-    if (auto cached = _matchingCache.find(key); cached != _matchingCache.end()) return cached->second;
-
+    *cached = false;
+    if (auto found = _matchingCache.find(key); found != _matchingCache.end()) {
+        *cached = true;
+        return found->second;
+    }
     std::vector<std::string> matches;
     for (const auto& [path, entry] : _schemaCatalog) {
         if (fits(entry, namespaces, customizationID)) matches.push_back(path);
     }
     _matchingCache[key] = matches;
-    if (matches.empty()) setError(error, kQuillmarkDomain, 404, "No matching Schematron schema found for this XML document");
+    return matches;
+}
+
+std::optional<std::vector<std::string>> QMSchematronValidator::findMatchingSchemasForXML(const std::string& xml,
+                                                                                        Error* error) {
+    auto document = xml::Document::parse(xml, error);
+    if (!document) return std::nullopt;
+    bool cached = false;
+    std::vector<std::string> matches = matchingSchemaPaths(*document, &cached);
+    // A list served from the cache leaves the error slot alone, even when it is empty.
+    if (matches.empty() && !cached) setError(error, kQuillmarkDomain, 404, kNoMatchingSchemaDescription);
     return matches;
 }
 

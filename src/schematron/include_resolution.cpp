@@ -1,17 +1,32 @@
-// Splices the files that a rule set includes into its text, one level deep.
+// Splices the files that a rule set includes into its text, one level deep, each file
+// once.
+
+#include "schematron/include_resolution.h"
 
 #include <libxml/tree.h>
 
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "quillmark/log.h"
 #include "quillmark/schematron_validator.h"
+#include "schematron/schematron_namespaces.h"
 
-namespace quillmark {
+namespace quillmark::schematron {
 
 namespace {
+
+// Elements called include in other vocabularies (XSLT, XInclude) are not ours.
+bool isSchematronInclude(xml::Node element) { return isSchematronNamespace(element.namespaceURI()); }
+
+// The same file reached by two spellings or through a symbolic link has one key.
+std::string fileKey(const std::string& path) {
+    std::error_code error;
+    std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);
+    return error ? path : canonical.string();
+}
 
 // The href is always relative to the base directory, even when it begins with "/";
 // "." and ".." segments are resolved lexically.
@@ -62,28 +77,54 @@ void spliceInto(xml::Document& document, xml::Node root, xml::Node include, cons
     }
 }
 
+std::vector<xml::Node> schematronIncludes(const xml::Document& document) {
+    bool failed = false;
+    std::vector<xml::Node> includes;
+    for (xml::Node element : document.node().nodesForXPath("//*[local-name()='include']", &failed)) {
+        if (isSchematronInclude(element)) includes.push_back(element);
+    }
+    return includes;
+}
+
 }  // namespace
 
-std::string QMSchematronValidator::processIncludes(const std::string& text, const std::string& basePath,
-                                                   Error* error) {
+std::string resolveIncludes(const std::string& text, const std::string& basePath,
+                            const std::optional<std::string>& ownPath, Error* error) {
     auto document = xml::Document::parse(text, error);
     if (!document) return text;
-    bool failed = false;
-    std::vector<xml::Node> includes = document->node().nodesForXPath("//*[local-name()='include']", &failed);
-    if (failed || includes.empty()) return text;
+    std::vector<xml::Node> includes = schematronIncludes(*document);
+    if (includes.empty()) return text;
 
     xml::Node root = document->rootElement();
     DetachedNodes detached;
+    std::set<std::string> spliced;
+    if (ownPath) spliced.insert(fileKey(*ownPath));
     for (xml::Node include : includes) {
         auto href = include.attribute("href");
         if (!href) continue;
         std::string path = joinIncludePath(basePath, *href);
+        if (spliced.count(fileKey(path))) {
+            // Its rules are in the rule set already; twice would report every finding twice.
+            log("Warning: Skipping repeated include of file: " + path);
+            detached.detach(include);
+            continue;
+        }
         auto included = loadIncludedDocument(path, error);
         if (!included) continue;
+        spliced.insert(fileKey(path));
         if (root) spliceInto(*document, root, include, *included);
         detached.detach(include);
     }
     return document->xmlString();
+}
+
+}  // namespace quillmark::schematron
+
+namespace quillmark {
+
+std::string QMSchematronValidator::processIncludes(const std::string& text, const std::string& basePath,
+                                                   Error* error) {
+    return schematron::resolveIncludes(text, basePath, std::nullopt, error);
 }
 
 }  // namespace quillmark

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "quillmark/schematron_validator.h"
+#include "schematron/include_resolution.h"
 
 namespace quillmark {
 
@@ -115,11 +116,11 @@ std::shared_ptr<SchematronSchema> QMSchematronValidator::parseSchema(const std::
     return parseSchema(text, std::nullopt, error);
 }
 
-std::shared_ptr<SchematronSchema> QMSchematronValidator::parseSchema(const std::string& text,
-                                                                     const std::optional<std::string>& basePath,
-                                                                     Error* error) {
-    const std::string resolved = basePath ? processIncludes(text, *basePath, error) : text;
-    auto document = xml::Document::parse(resolved, error);
+namespace {
+
+// Steps 2 to 9 of loading, on text whose includes are resolved.
+std::shared_ptr<SchematronSchema> buildSchema(const std::string& text, Error* error) {
+    auto document = xml::Document::parse(text, error);
     if (!document) return nullptr;
 
     auto schema = std::make_shared<SchematronSchema>();
@@ -138,11 +139,21 @@ std::shared_ptr<SchematronSchema> QMSchematronValidator::parseSchema(const std::
     return schema;
 }
 
+}  // namespace
+
+std::shared_ptr<SchematronSchema> QMSchematronValidator::parseSchema(const std::string& text,
+                                                                     const std::optional<std::string>& basePath,
+                                                                     Error* error) {
+    return buildSchema(basePath ? processIncludes(text, *basePath, error) : text, error);
+}
+
 std::shared_ptr<SchematronSchema> QMSchematronValidator::loadSchemaFile(const std::string& schemaPath, Error* error) {
     auto text = xml::readTextFile(schemaPath, error);
     if (!text) return nullptr;
-    // Includes are resolved against the directory of the file.
-    return parseSchema(*text, std::filesystem::path(schemaPath).parent_path().string(), error);
+    // Includes are resolved against the directory of the file; an include of the file
+    // itself is not followed.
+    const std::string directory = std::filesystem::path(schemaPath).parent_path().string();
+    return buildSchema(schematron::resolveIncludes(*text, directory, schemaPath, error), error);
 }
 
 }  // namespace quillmark

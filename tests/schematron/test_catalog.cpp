@@ -87,6 +87,27 @@ TEST_F(CatalogTest, FollowsSymbolicLinksAndSkipsCycles) {
     EXPECT_NE(log.lines()[0].find(path("rules/loop")), std::string::npos) << log.lines()[0];
 }
 
+// Each real directory is read once: two links per level to the next level make a
+// tree of 2^N paths, which is walked in N steps.
+TEST_F(CatalogTest, ReadsEachRealDirectoryOnce) {
+    const int levels = 40;
+    for (int level = 0; level < levels; ++level) {
+        const std::string here = "level" + std::to_string(level);
+        write(here + "/rules.sch", schematronText(""));
+        if (level + 1 == levels) break;
+        const std::string next = path("level" + std::to_string(level + 1));
+        fs::create_directories(next);
+        fs::create_directory_symlink(next, path(here + "/first"));
+        fs::create_directory_symlink(next, path(here + "/second"));
+    }
+    ScopedLogCapture log;
+    validator.addSchemaDirectory(path("level0"));
+    EXPECT_EQ(validator.schemaCatalog().size(), static_cast<size_t>(levels));
+    EXPECT_EQ(log.lines().size(), static_cast<size_t>(levels - 1));
+    EXPECT_TRUE(validator.schemaCatalog().count(path("level0/first/first/rules.sch")));
+    EXPECT_FALSE(validator.schemaCatalog().count(path("level0/second/rules.sch")));
+}
+
 // Unreadable directories log one line each; only a registered directory empties the
 // matching cache, single files do not.
 TEST_F(CatalogTest, OnlyARegisteredDirectoryEmptiesTheMatchingCache) {

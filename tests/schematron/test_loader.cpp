@@ -2,6 +2,7 @@
 // and how the error slot decides between failing and loading what is there.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "quillmark/log.h"
 #include "quillmark/schematron_validator.h"
@@ -211,7 +212,7 @@ TEST_F(LoaderTest, BrokenIncludeIsLoggedAndFailsOnlyWhenTheCallerAsksForErrors) 
 }
 
 // Includes inside includes, and an include as the root element: odd input, which must
-// still give a defined outcome without touching freed nodes.
+// still give a defined outcome without touching freed nodes. A file is spliced in once.
 TEST_F(LoaderTest, NestedAndRootIncludesDoNotBreakTheLoad) {
     write("one.sch", schematronText(R"~(<pattern id="one"/>)~"));
     const std::string nested =
@@ -219,15 +220,59 @@ TEST_F(LoaderTest, NestedAndRootIncludesDoNotBreakTheLoad) {
     ScopedLogCapture log;
     auto schema = validator.parseSchema(nested, directory_, nullptr);
     ASSERT_TRUE(schema);
-    EXPECT_EQ(patternIds(*schema), (Lines{"one", "one"}));
+    EXPECT_EQ(patternIds(*schema), (Lines{"one"}));
+    EXPECT_EQ(log.lines(), (Lines{"Warning: Skipping repeated include of file: " + path("one.sch"),
+                                  "Warning: Could not load included file: " + path("missing.sch")}));
 
-    const std::string rootInclude = R"~(<include href="one.sch"><include href="one.sch"/></include>)~";
+    const std::string rootInclude = std::string("<include xmlns='") + testing::kSchematronNamespace +
+                                    "' href='one.sch'><include href='one.sch'/></include>";
     EXPECT_NO_THROW(validator.processIncludes(rootInclude, directory_, nullptr));
     EXPECT_FALSE(validator.parseSchema(rootInclude, directory_, nullptr));
     // Text that is not XML, or has no includes, comes back unchanged.
     for (const std::string& rules : {std::string("<schema><include href='x.sch'/>"), schematronText("<pattern/>")}) {
         EXPECT_EQ(validator.processIncludes(rules, directory_, nullptr), rules);
     }
+}
+
+// Only the include elements of Schematron (ISO or 1.5) are includes; an XSLT or
+// XInclude element of that name, or one in no namespace, stays as it is.
+TEST_F(LoaderTest, OnlySchematronIncludesAreFollowed) {
+    write("part.sch", schematronText(R"~(<pattern id="part"/>)~"));
+    const std::string rules = R"~(<sch:schema xmlns:sch="http://purl.oclc.org/dsdl/schematron"
+        xmlns:old="http://www.ascc.net/xml/schematron" xmlns:xsl="http://www.w3.org/1999/XSL/Transform"
+        xmlns:xi="http://www.w3.org/2001/XInclude">
+      <xsl:include href="part.sch"/><xi:include href="part.sch"/><include href="part.sch"/>
+      <old:include href="part.sch"/><sch:include href="part.sch"/></sch:schema>)~";
+    ScopedLogCapture log;
+    EXPECT_EQ(rootChildren(validator.processIncludes(rules, directory_, nullptr)),
+              (Lines{"include", "include", "include", "pattern#part"}));
+    EXPECT_EQ(log.lines(), Lines{"Warning: Skipping repeated include of file: " + path("part.sch")});
+}
+
+// A rule set that includes itself keeps its rules once, so each finding is reported once.
+TEST_F(LoaderTest, SelfIncludeIsNotSplicedIn) {
+    const std::string self = write("self.sch", schematronText(R"~(<include href="self.sch"/>
+        <pattern id="p"><rule context="/r"><assert id="A" test="false()">once</assert></rule></pattern>)~"));
+    ScopedLogCapture log;
+    Error error;
+    auto schema = validator.loadSchemaFile(self, &error);
+    ASSERT_TRUE(schema) << error.message();
+    EXPECT_EQ(patternIds(*schema), Lines{"p"});
+    EXPECT_EQ(log.lines(), Lines{"Warning: Skipping repeated include of file: " + path("self.sch")});
+    auto result = validator.validateXMLWithSchemaFile("<r/>", self, &error);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(testing::ids(result->errors), Lines{"A"});
+}
+
+// An include that names a FIFO is a file that cannot be loaded, not a wait.
+TEST_F(LoaderTest, IncludeOfASpecialFileFailsAtOnce) {
+    ASSERT_EQ(::mkfifo(path("pipe.sch").c_str(), 0600), 0);
+    const std::string rules = write("main.sch", schematronText(R"~(<include href="pipe.sch"/><pattern id="kept"/>)~"));
+    ScopedLogCapture log;
+    Error error;
+    EXPECT_FALSE(validator.loadSchemaFile(rules, &error));
+    EXPECT_EQ(error.message(), "cannot read " + path("pipe.sch") + ": not a regular file but a FIFO");
+    EXPECT_EQ(log.lines(), Lines{"Warning: Could not load included file: " + path("pipe.sch")});
 }
 
 TEST_F(LoaderTest, LoadingAFileResolvesIncludesFromItsDirectory) {
