@@ -4,12 +4,14 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "commands.h"
+#include "input_size_option.h"
 #include "quillmark/schematron_validator.h"
 
 namespace quillmark::cli {
@@ -26,7 +28,14 @@ nlohmann::ordered_json entryLine(const std::string& path, const CatalogEntry& en
     return line;
 }
 
-int runCatalog(const std::vector<std::string>& directories) {
+struct CatalogOptions {
+    std::vector<std::string> directories;
+    std::optional<uint64_t> maxInputSize;
+};
+
+int runCatalog(const CatalogOptions& options) {
+    const std::vector<std::string>& directories = options.directories;
+    applyInputSizeOption(options.maxInputSize);
     for (const auto& directory : directories) {
         std::error_code error;
         if (!std::filesystem::is_directory(directory, error)) {
@@ -47,10 +56,11 @@ int runCatalog(const std::vector<std::string>& directories) {
 }  // namespace
 
 CommandRunner addCatalogCommand(CLI::App& app) {
-    auto directories = std::make_shared<std::vector<std::string>>();
+    auto options = std::make_shared<CatalogOptions>();
     CLI::App* command = app.add_subcommand("catalog", "List the schema files found in schema directories as JSON lines");
-    command->add_option("--schemas", *directories, "Schema directory (searched recursively)")->required();
-    return [directories] { return runCatalog(*directories); };
+    command->add_option("--schemas", options->directories, "Schema directory (searched recursively)")->required();
+    addInputSizeOption(*command, options->maxInputSize);
+    return [options] { return runCatalog(*options); };
 }
 
 }  // namespace quillmark::cli

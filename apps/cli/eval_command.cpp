@@ -3,12 +3,14 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "input_size_option.h"
 #include "quillmark/evaluator.h"
 #include "quillmark/xml.h"
 
@@ -20,6 +22,7 @@ struct EvalOptions {
     std::vector<std::string> namespaces;  // PREFIX=URI
     std::vector<std::string> variables;   // NAME=EXPR
     bool trace = false;
+    std::optional<uint64_t> maxInputSize;
     std::string expression;
 };
 
@@ -78,6 +81,7 @@ bool splitAssignment(const std::string& text, std::string& key, std::string& val
 }
 
 int runEval(const EvalOptions& options) {
+    applyInputSizeOption(options.maxInputSize);
     std::shared_ptr<xml::Document> document;
     if (!options.contextFile.empty()) {
         Error error;
@@ -122,11 +126,21 @@ CommandRunner addEvalCommand(CLI::App& app) {
     auto* command = app.add_subcommand("eval", "Evaluate an expression and print its value in typed form");
     auto options = std::make_shared<EvalOptions>();
     command->add_option("--context", options->contextFile, "XML file whose document node is the context node");
-    command->add_option("--ns", options->namespaces,
-                        "Declare a namespace prefix (PREFIX=URI); without it the prefixes declared on the "
-                        "context document's root element are used");
-    command->add_option("--var", options->variables, "Set a variable to the value of an expression (NAME=EXPR)");
+    // One value per occurrence, so that "--" after them ends the options instead of
+    // ending their list: `eval --var v=3 -- -a` evaluates "-a".
+    command
+        ->add_option("--ns", options->namespaces,
+                     "Declare a namespace prefix (PREFIX=URI); without it the prefixes declared on the "
+                     "context document's root element are used")
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command->add_option("--var", options->variables, "Set a variable to the value of an expression (NAME=EXPR)")
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     command->add_flag("--trace", options->trace, "Write the evaluation trace to stderr");
+    addInputSizeOption(*command, options->maxInputSize);
     command->add_option("EXPR", options->expression, "The expression")->required();
     return [options] { return runEval(*options); };
 }

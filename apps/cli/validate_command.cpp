@@ -1,7 +1,9 @@
-// quillmark validate [--schema FILE]... [--schemas DIR]... [--format text|json|svrl] FILE...
+// quillmark validate [--schema FILE]... [--schemas DIR]... [--format text|json|svrl]
+//                    [--max-input-size SIZE] FILE...
 // Validates each file against the named schemas and/or the schemas of the directories
-// that fit it, prints its issues and a summary, and goes on with the other files when
-// one cannot be read.
+// that fit it, and reports every file once, in order: its issues and a summary, or why
+// it is not validated (also on stderr). A file that cannot be read or checked does not
+// stop the batch.
 
 #include <algorithm>
 #include <iostream>
@@ -11,6 +13,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "input_size_option.h"
 #include "quillmark/xml.h"
 #include "validate_output.h"
 #include "validate_schemas.h"
@@ -23,6 +26,7 @@ struct ValidateOptions {
     std::vector<std::string> schemaFiles;
     std::vector<std::string> schemaDirectories;
     OutputFormat format = OutputFormat::Text;
+    std::optional<uint64_t> maxInputSize;
     std::vector<std::string> files;
 };
 
@@ -45,27 +49,28 @@ bool loadSchemas(const ValidateOptions& options, ValidationSchemas& schemas) {
     return true;
 }
 
-// Validates one file; returns its exit status.
-int validateFile(const std::string& file, ValidationSchemas& schemas, OutputFormat format) {
+FileReport checkFile(const std::string& file, ValidationSchemas& schemas) {
+    FileReport report{file, {}, {}};
     Error error;
     auto text = xml::readTextFile(file, &error);
-    if (!text) {
-        std::cerr << file << ": " << error.message() << '\n';
-        return kExitFailure;
-    }
-    auto document = xml::Document::parse(*text, &error);
+    auto document = text ? xml::Document::parse(*text, &error) : nullptr;
     if (!document) {
-        std::cerr << file << ": " << error.message() << '\n';
-        return kExitFailure;
+        report.failures.push_back(error.message());
+        return report;
     }
-    DocumentOutcome outcome = schemas.validate(*text, *document);
-    int status = outcome.result.errors.empty() ? kExitOk : kExitFindings;
-    if (outcome.failure) {
-        std::cerr << file << ": " << *outcome.failure << '\n';
-        escalate(status, kExitFailure);
-    }
-    if (outcome.anySchemaRan) writeReport(format, std::cout, file, outcome.result);
-    return status;
+    DocumentOutcome outcome = schemas.validate(*document);
+    report.result = std::move(outcome.result);
+    report.failures = std::move(outcome.failures);
+    return report;
+}
+
+// Validates and reports one file; returns its exit status.
+int validateFile(const std::string& file, ValidationSchemas& schemas, OutputFormat format) {
+    const FileReport report = checkFile(file, schemas);
+    writeReport(format, std::cout, report);
+    for (const auto& failure : report.failures) std::cerr << file << ": " << failure << '\n';
+    if (!report.validated()) return kExitFailure;
+    return report.result.errors.empty() ? kExitOk : kExitFindings;
 }
 
 int runValidate(const ValidateOptions& options) {
@@ -73,6 +78,7 @@ int runValidate(const ValidateOptions& options) {
         std::cerr << "quillmark validate: give at least one --schema FILE or --schemas DIR\n";
         return kExitFailure;
     }
+    applyInputSizeOption(options.maxInputSize);
     ValidationSchemas schemas;
     if (!loadSchemas(options, schemas)) return kExitFailure;
     int status = kExitOk;
@@ -86,16 +92,23 @@ int runValidate(const ValidateOptions& options) {
 CommandRunner addValidateCommand(CLI::App& app) {
     auto options = std::make_shared<ValidateOptions>();
     auto* command = app.add_subcommand("validate", "Validate XML documents against Schematron and XSD rule sets");
-    command->add_option("--schema", options->schemaFiles, "A Schematron (.sch) or XSD (.xsd) file; repeatable, run in order")
-        ->allow_extra_args(false);
+    command
+        ->add_option("--schema", options->schemaFiles,
+                     "A Schematron rule set or an XML Schema, known by its root element; repeatable, run in order")
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     command->add_option("--schemas", options->schemaDirectories,
                         "A directory of schemas to pick from by document type; repeatable")
-        ->allow_extra_args(false);
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     const std::map<std::string, OutputFormat> formats{
         {"text", OutputFormat::Text}, {"json", OutputFormat::Json}, {"svrl", OutputFormat::Svrl}};
     command->add_option("--format", options->format,
                         "Output format: text (default), json (JSON Lines) or svrl (one SVRL document per file)")
         ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case));
+    addInputSizeOption(*command, options->maxInputSize);
     command->add_option("FILE", options->files, "The XML documents to validate")->required();
     return [options] { return runValidate(*options); };
 }

@@ -1,4 +1,4 @@
-// Text and JSON Lines output of `quillmark validate`.
+// Text, JSON Lines and SVRL output of `quillmark validate`.
 
 #include "validate_output.h"
 
@@ -7,9 +7,10 @@
 #include <algorithm>
 #include <cctype>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "quillmark/xml.h"
-#include <vector>
+#include "visible_text.h"
 
 namespace quillmark::cli {
 
@@ -37,9 +38,9 @@ std::string withoutLeadingTag(const std::string& message, const std::string& id)
 
 std::string issueLine(const std::string& file, const QMValidationError& issue) {
     std::string line = fmt::format("{}: {}: ", file, lowerCase(issue.severity()));
-    if (!issue.assertionId.empty()) line += fmt::format("[{}] ", issue.assertionId);
-    line += collapseWhiteSpace(withoutLeadingTag(issue.message, issue.assertionId));
-    if (!issue.location.empty()) line += fmt::format(" (at {})", issue.location);
+    if (!issue.assertionId.empty()) line += fmt::format("[{}] ", visibleText(issue.assertionId));
+    line += visibleText(collapseWhiteSpace(withoutLeadingTag(issue.message, issue.assertionId)));
+    if (!issue.location.empty()) line += fmt::format(" (at {})", visibleText(issue.location));
     return line;
 }
 
@@ -47,13 +48,17 @@ std::string counted(size_t count, const char* singular, const char* plural) {
     return fmt::format("{} {}", count, count == 1 ? singular : plural);
 }
 
-// "valid", "valid, 1 warning", "2 errors, 1 warning, 3 infos".
-std::string summary(const QMValidationResult& result) {
+// "valid", "valid, 1 warning", "2 errors, 1 warning, 3 infos"; "not validated" and
+// the counts of what was found for a file that is not validated.
+std::string summary(const FileReport& report) {
+    const QMValidationResult& result = report.result;
     size_t warnings = 0;
     size_t infos = 0;
     for (const auto& issue : result.warnings) (issue.severity() == "Warning" ? warnings : infos) += 1;
     std::vector<std::string> parts;
-    parts.push_back(result.errors.empty() ? "valid" : counted(result.errors.size(), "error", "errors"));
+    if (!report.validated()) parts.push_back("not validated");
+    if (!result.errors.empty()) parts.push_back(counted(result.errors.size(), "error", "errors"));
+    if (parts.empty()) parts.push_back("valid");
     if (warnings > 0) parts.push_back(counted(warnings, "warning", "warnings"));
     if (infos > 0) parts.push_back(counted(infos, "info", "infos"));
     return fmt::format("{}", fmt::join(parts, ", "));
@@ -91,21 +96,24 @@ std::string collapseWhiteSpace(std::string_view text) {
     return collapsed;
 }
 
-void writeTextReport(std::ostream& out, const std::string& file, const QMValidationResult& result) {
-    for (const auto& issue : result.errors) out << issueLine(file, issue) << '\n';
-    for (const auto& issue : result.warnings) out << issueLine(file, issue) << '\n';
-    out << file << ": " << summary(result) << '\n';
+void writeTextReport(std::ostream& out, const FileReport& report) {
+    const std::string file = visibleText(report.file);
+    for (const auto& issue : report.result.errors) out << issueLine(file, issue) << '\n';
+    for (const auto& issue : report.result.warnings) out << issueLine(file, issue) << '\n';
+    out << file << ": " << summary(report) << '\n';
 }
 
-void writeJsonReport(std::ostream& out, const std::string& file, const QMValidationResult& result) {
+void writeJsonReport(std::ostream& out, const FileReport& report) {
+    const QMValidationResult& result = report.result;
     nlohmann::ordered_json object = {
-        {"file", file},
-        {"valid", result.valid},
-        {"status", result.status()},
+        {"file", report.file},
+        {"valid", report.validated() && result.errors.empty()},
+        {"status", report.validated() ? result.status() : 0},
         {"schemaFiles", result.schemaFiles.value_or(std::vector<std::string>{})},
         {"errors", issuesJson(result.errors)},
         {"warnings", issuesJson(result.warnings)},
     };
+    if (!report.validated()) object["error"] = fmt::format("{}", fmt::join(report.failures, "; "));
     // Invalid UTF-8 in a message must not abort the report.
     out << object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
 }
@@ -114,25 +122,33 @@ namespace {
 
 constexpr const char* kSvrlNamespace = "http://purl.oclc.org/dsdl/svrl";
 
-void appendSvrlIssue(xml::Document& report, xml::Node root, const QMValidationError& issue) {
+// Text as XML can carry it: line breaks stay, other control characters are escaped.
+std::string xmlText(const std::string& text) { return visibleText(text, LineBreaks::Keep); }
+
+void appendSvrlText(xml::Document& svrl, xml::Node parent, const std::string& text) {
+    xml::Node element = svrl.appendElement(parent, "svrl:text", kSvrlNamespace);
+    svrl.appendText(element, xmlText(text));
+}
+
+void appendSvrlIssue(xml::Document& svrl, xml::Node root, const QMValidationError& issue) {
     const char* element = issue.type == "report" ? "svrl:successful-report" : "svrl:failed-assert";
-    xml::Node entry = report.appendElement(root, element, kSvrlNamespace);
-    if (!issue.assertionId.empty()) report.setAttribute(entry, "id", issue.assertionId);
-    if (!issue.flag.empty()) report.setAttribute(entry, "flag", issue.flag);
-    if (!issue.role.empty()) report.setAttribute(entry, "role", issue.role);
-    report.setAttribute(entry, "location", issue.location);
-    xml::Node text = report.appendElement(entry, "svrl:text", kSvrlNamespace);
-    report.appendText(text, issue.message);
+    xml::Node entry = svrl.appendElement(root, element, kSvrlNamespace);
+    if (!issue.assertionId.empty()) svrl.setAttribute(entry, "id", xmlText(issue.assertionId));
+    if (!issue.flag.empty()) svrl.setAttribute(entry, "flag", xmlText(issue.flag));
+    if (!issue.role.empty()) svrl.setAttribute(entry, "role", xmlText(issue.role));
+    svrl.setAttribute(entry, "location", xmlText(issue.location));
+    appendSvrlText(svrl, entry, issue.message);
 }
 
 }  // namespace
 
-void writeSvrlReport(std::ostream& out, const QMValidationResult& result) {
-    auto report = xml::Document::create();
-    xml::Node root = report->createRootElement("svrl:schematron-output", kSvrlNamespace);
-    for (const auto& issue : result.errors) appendSvrlIssue(*report, root, issue);
-    for (const auto& issue : result.warnings) appendSvrlIssue(*report, root, issue);
-    out << report->xmlString(true);
+void writeSvrlReport(std::ostream& out, const FileReport& report) {
+    auto svrl = xml::Document::create();
+    xml::Node root = svrl->createRootElement("svrl:schematron-output", kSvrlNamespace);
+    for (const auto& failure : report.failures) appendSvrlText(*svrl, root, "not validated: " + failure);
+    for (const auto& issue : report.result.errors) appendSvrlIssue(*svrl, root, issue);
+    for (const auto& issue : report.result.warnings) appendSvrlIssue(*svrl, root, issue);
+    out << svrl->xmlString(true);
 }
 
 }  // namespace quillmark::cli

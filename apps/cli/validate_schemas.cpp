@@ -4,16 +4,14 @@
 
 #include <filesystem>
 
-#include "quillmark/xsd_validation.h"
-
 namespace quillmark::cli {
 
 namespace {
 
-bool isXSDPath(const std::string& path) { return std::filesystem::path(path).extension() == ".xsd"; }
-
+// "PATH: REASON", once: some reasons start with the path already.
 std::string failureText(const std::string& path, const Error& error) {
-    return path + ": " + (error.isSet() ? error.message() : "cannot be loaded");
+    const std::string message = error.isSet() ? error.message() : "cannot be loaded";
+    return message.starts_with(path + ": ") ? message : path + ": " + message;
 }
 
 void append(QMValidationResult& merged, const QMValidationResult& part) {
@@ -30,17 +28,26 @@ void appendSchemaFiles(QMValidationResult& merged, const std::vector<std::string
 
 std::optional<std::string> ValidationSchemas::addSchemaFile(const std::string& path) {
     Error error;
-    if (isXSDPath(path)) {
-        // Compiled per document by the XSD layer; read here so that a broken file is
-        // reported once, before any document.
-        if (!xml::Document::parseFile(path, &error)) return failureText(path, error);
-        named_.push_back({path, nullptr});
-        return std::nullopt;
+    std::optional<SchemaFileKind> kind = schemaFileKind(path, &error);
+    if (!kind) return failureText(path, error);
+    switch (*kind) {
+        case SchemaFileKind::Schematron: {
+            auto schema = validator_.loadSchemaFile(path, &error);
+            if (!schema) return failureText(path, error);
+            named_.push_back({path, std::move(schema), nullptr});
+            return std::nullopt;
+        }
+        case SchemaFileKind::XSD: {
+            auto schema = CompiledXSD::load(path, &error);
+            if (!schema) return failureText(path, error);
+            named_.push_back({path, nullptr, std::move(schema)});
+            return std::nullopt;
+        }
+        case SchemaFileKind::Other:
+            break;
     }
-    auto schema = validator_.loadSchemaFile(path, &error);
-    if (!schema) return failureText(path, error);
-    named_.push_back({path, std::move(schema)});
-    return std::nullopt;
+    return path + ": neither a Schematron rule set nor an XML Schema (the root element is not a schema element "
+                  "of either)";
 }
 
 std::optional<std::string> ValidationSchemas::addSchemaDirectory(const std::string& directory) {
@@ -51,39 +58,41 @@ std::optional<std::string> ValidationSchemas::addSchemaDirectory(const std::stri
     return std::nullopt;
 }
 
-std::optional<std::string> ValidationSchemas::runNamed(const NamedSchema& schema, const std::string& text,
-                                                      const xml::Document& document, QMValidationResult& merged) {
-    Error error;
-    if (schema.schematron) {
-        append(merged, validator_.validateDocument(document, *schema.schematron, &error));
-        return std::nullopt;
-    }
-    auto result = validateXMLAgainstXSD(text, schema.path, &error);
-    if (!result) return failureText(schema.path, error);
-    append(merged, *result);
-    return std::nullopt;
+std::optional<QMValidationResult> ValidationSchemas::runNamed(const NamedSchema& schema,
+                                                              const xml::Document& document, Error& error) {
+    if (schema.xsd) return schema.xsd->validate(document, &error);
+    return validator_.validateDocument(document, *schema.schematron, &error);
 }
 
-DocumentOutcome ValidationSchemas::validate(const std::string& text, const xml::Document& document) {
+void ValidationSchemas::runDetected(const xml::Document& document, DocumentOutcome& outcome) {
+    StrictValidationReport report = validator_.validateDocumentStrictly(document);
+    switch (report.outcome) {
+        case StrictValidationReport::Outcome::Validated:
+            break;
+        case StrictValidationReport::Outcome::NotWellFormed:
+        case StrictValidationReport::Outcome::NoMatchingSchema:
+            outcome.failures.push_back(report.error.message());
+            return;
+    }
+    append(outcome.result, report.result);
+    appendSchemaFiles(outcome.result, report.result.schemaFiles.value_or(std::vector<std::string>{}));
+    for (const SchemaFailure& failure : report.failures) outcome.failures.push_back(failureText(failure.path, failure.error));
+}
+
+DocumentOutcome ValidationSchemas::validate(const xml::Document& document) {
     DocumentOutcome outcome;
     QMValidationResult& merged = outcome.result;
+    merged.schemaFiles.emplace();
     for (const NamedSchema& schema : named_) {
-        if (auto failure = runNamed(schema, text, document, merged)) outcome.failure = failure;
+        Error error;
+        std::optional<QMValidationResult> result = runNamed(schema, document, error);
+        if (result) append(merged, *result);
+        // A run that leaves an error in its slot ended early.
+        if (!result || error) outcome.failures.push_back(failureText(schema.path, error));
         appendSchemaFiles(merged, {schema.path});
-        outcome.anySchemaRan = true;
     }
-    if (autoDetect_) {
-        // Without an error slot every fitting schema runs, whatever the others found.
-        auto detected = validator_.validateXMLWithAutoDetection(text, nullptr);
-        if (detected) {
-            outcome.anySchemaRan = true;
-            append(merged, *detected);
-            appendSchemaFiles(merged, detected->schemaFiles.value_or(std::vector<std::string>{}));
-        } else {
-            outcome.failure = "No matching Schematron schema found for this XML document";
-        }
-    }
-    merged.valid = merged.errors.empty();
+    if (autoDetect_) runDetected(document, outcome);
+    merged.valid = merged.errors.empty() && outcome.failures.empty();
     return outcome;
 }
 

@@ -70,7 +70,7 @@ TEST_F(CatalogCliTest, ProblemsAreOneLineOnStderr) {
 }
 
 TEST(CatalogCliCorpusTest, ListsThePeppolRuleSets) {
-    if (!testing::corpusAvailable()) GTEST_SKIP() << "corpus not available";
+    ASSERT_TRUE(testing::corpusAvailable()) << "the corpus is missing";
     auto result = runCli({"catalog", "--schemas", testing::corpusPath("peppol/rules/sch")});
     EXPECT_EQ(result.exitCode, 0);
     auto lines = jsonLines(result.out);

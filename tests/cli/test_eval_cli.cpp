@@ -30,6 +30,12 @@ TEST(EvalCommand, PrintsTypedValuesTraceAndErrors) {
         {{"eval", "--context", "/no/such/file.xml", "1"}, "",
          "quillmark: cannot read /no/such/file.xml: No such file or directory\n", 2},
         {{"eval", "--var", "novalue", "1"}, "", "quillmark: --var expects NAME=EXPR, got \"novalue\"\n", 2},
+        // "--" ends the options, also after options that repeat: what follows is EXPR.
+        {{"eval", "--var", "v=3", "--", "-$v"}, "double -3\n", "", 0},
+        {{"eval", "--var", "v=3", "--var", "w=4", "--", "-a"}, "double 0\n", "", 0},
+        {{"eval", "--ns", "p=urn:x", "--", "-1"}, "double -1\n", "", 0},
+        {{"eval", "--max-input-size", "10", "--context", invoice, "1"}, "",
+         "quillmark: cannot read " + invoice + ": the file is larger than the input size limit of 10 bytes\n", 2},
     });
     testing::expectUsageErrors({{"eval"}});
 }

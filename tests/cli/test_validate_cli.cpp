@@ -2,6 +2,7 @@
 // output, batches with unreadable or malformed files, and broken schemas.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
 
@@ -101,21 +102,51 @@ TEST_F(ValidateCliTest, SvrlReportsFailedAssertsAndFiredReports) {
 TEST_F(ValidateCliTest, UnreadableAndMalformedFilesDoNotStopTheBatch) {
     const std::string missing = path("missing.xml");
     const std::string malformed = write("malformed.xml", "<Invoice>\n  <cbc:ID>1</cbc:ID>\n");
-    for (const std::string format : {"text", "json"}) {
-        SCOPED_TRACE(format);
-        CommandResult result =
-            runCli({"validate", "--format", format, "--schema", kRules, missing, malformed, kMissingFields});
-        EXPECT_EQ(result.exitCode, 2);
-        auto errors = textLines(result.err);
-        ASSERT_EQ(errors.size(), 2u) << result.err;
-        EXPECT_TRUE(errors[0].starts_with(missing + ": ")) << errors[0];
-        EXPECT_NE(errors[0].find("No such file"), std::string::npos) << errors[0];
-        EXPECT_TRUE(errors[1].starts_with(malformed + ": ")) << errors[1];
-        EXPECT_NE(errors[1].find("line "), std::string::npos) << errors[1];
-        EXPECT_NE(errors[1].find("column "), std::string::npos) << errors[1];
-        EXPECT_NE(result.out.find(kMissingFields), std::string::npos);
-        EXPECT_EQ(result.out.find(malformed), std::string::npos);
+    const std::string fifo = path("pipe.xml");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    CommandResult text = runCli({"validate", "--schema", kRules, missing, malformed, fifo, kMissingFields});
+    EXPECT_EQ(text.exitCode, 2);
+    auto errors = textLines(text.err);
+    ASSERT_EQ(errors.size(), 3u) << text.err;
+    EXPECT_TRUE(errors[0].starts_with(missing + ": ")) << errors[0];
+    EXPECT_NE(errors[0].find("No such file"), std::string::npos) << errors[0];
+    EXPECT_TRUE(errors[1].starts_with(malformed + ": ")) << errors[1];
+    EXPECT_NE(errors[1].find("line "), std::string::npos) << errors[1];
+    EXPECT_NE(errors[1].find("column "), std::string::npos) << errors[1];
+    EXPECT_EQ(errors[2], fifo + ": cannot read " + fifo + ": not a regular file but a FIFO");
+    // Every file has its line on stdout, in order.
+    auto output = textLines(text.out);
+    ASSERT_EQ(output.size(), 8u) << text.out;
+    EXPECT_EQ(output[0], missing + ": not validated");
+    EXPECT_EQ(output[1], malformed + ": not validated");
+    EXPECT_EQ(output[2], fifo + ": not validated");
+    EXPECT_EQ(output[7], kMissingFields + ": 3 errors, 1 warning");
+
+    CommandResult json = runCli({"validate", "--format", "json", "--schema", kRules, missing, malformed, kMissingFields});
+    EXPECT_EQ(json.exitCode, 2);
+    auto records = textLines(json.out);
+    ASSERT_EQ(records.size(), 3u) << json.out;
+    for (size_t i = 0; i < 2; ++i) {
+        const auto failed = json::parse(records[i]);
+        EXPECT_EQ(failed["file"], i == 0 ? missing : malformed);
+        EXPECT_EQ(failed["valid"], false);
+        EXPECT_EQ(failed["status"], 0);
+        EXPECT_EQ(failed["errors"], json::array());
+        EXPECT_EQ(failed["error"], textLines(json.err).at(i).substr(failed["file"].get<std::string>().size() + 2));
     }
+    EXPECT_EQ(json::parse(records[2])["file"], kMissingFields);
+    EXPECT_FALSE(json::parse(records[2]).contains("error"));
+
+    CommandResult svrl = runCli({"validate", "--format", "svrl", "--schema", kRules, missing, kMissingFields});
+    EXPECT_EQ(svrl.exitCode, 2);
+    const size_t second = svrl.out.find("<?xml", 1);
+    ASSERT_NE(second, std::string::npos);
+    EXPECT_EQ(svrl.out.substr(0, second),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+              "<svrl:schematron-output xmlns:svrl=\"http://purl.oclc.org/dsdl/svrl\">\n"
+              "  <svrl:text>not validated: cannot read " + missing + ": No such file or directory</svrl:text>\n"
+              "</svrl:schematron-output>\n");
+    EXPECT_NE(svrl.out.find("QM-01", second), std::string::npos);
 }
 
 TEST_F(ValidateCliTest, BrokenSchemasStopBeforeAnyDocument) {
@@ -178,9 +209,89 @@ TEST_F(ValidateCliTest, SchemaDirectoriesPickRulesByDocumentType) {
     CommandResult result = runCli({"validate", "--schemas", path("rules"), kBadArithmetic, unrelated});
     EXPECT_EQ(result.exitCode, 2);
     auto output = textLines(result.out);
-    ASSERT_FALSE(output.empty());
-    EXPECT_EQ(output.back(), kBadArithmetic + ": 2 errors");
+    ASSERT_EQ(output.size(), 4u);
+    EXPECT_EQ(output[2], kBadArithmetic + ": 2 errors");
+    EXPECT_EQ(output[3], unrelated + ": not validated");
     EXPECT_EQ(result.err, unrelated + ": No matching Schematron schema found for this XML document\n");
+}
+
+// A rule set that cannot be loaded, or an XSD that does not compile, leaves the document
+// not validated; the other rule sets still run and their findings are reported.
+TEST_F(ValidateCliTest, SchemaDirectoriesFailClosed) {
+    write("rules/a-include.sch", testing::readFile(kRules).replace(
+                                     testing::readFile(kRules).find("<pattern"), 0, "<include href=\"missing.sch\"/>"));
+    write("rules/b-broken.xsd", R"~(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema"
+        targetNamespace="urn:oasis:names:specification:ubl:schema:xsd:Invoice-2"><xs:element name="Invoice"
+        type="missing"/></xs:schema>)~");
+    write("rules/c-basics.sch", testing::readFile(kRules));
+    CommandResult result = runCli({"validate", "--format", "json", "--schemas", path("rules"), kBadArithmetic});
+    EXPECT_EQ(result.exitCode, 2);
+    const auto record = json::parse(result.out);
+    EXPECT_EQ(record["valid"], false);
+    EXPECT_EQ(record["status"], 0);
+    EXPECT_EQ(record["errors"].size(), 2u);  // from c-basics.sch
+    const std::string error = record["error"];
+    EXPECT_NE(error.find(path("rules/a-include.sch") + ": cannot read " + path("rules/missing.sch")), std::string::npos)
+        << error;
+    EXPECT_NE(error.find(path("rules/b-broken.xsd") + ": Could not load XSD file"), std::string::npos) << error;
+    // The include's warning, then one line per failure.
+    EXPECT_EQ(textLines(result.err),
+              (Lines{"Warning: Could not load included file: " + path("rules/missing.sch"),
+                     kBadArithmetic + ": " + error.substr(0, error.find("; ")),
+                     kBadArithmetic + ": " + error.substr(error.find("; ") + 2)}));
+}
+
+// A named schema is known by its root element, whatever its file name says; a file of
+// any other kind is bad usage.
+TEST_F(ValidateCliTest, NamedSchemasAreKnownByTheirRootElement) {
+    const std::string xsd = write("UPPER.XSD", R"~(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema">
+        <xs:element name="r" type="xs:integer"/></xs:schema>)~");
+    const std::string xsdNamedSch = write("actually-xsd.sch", testing::readFile(xsd));
+    const std::string document = write("r.xml", "<r>many</r>");
+    for (const std::string& schema : {xsd, xsdNamedSch}) {
+        CommandResult result = runCli({"validate", "--schema", schema, document});
+        EXPECT_EQ(result.exitCode, 1) << schema << result.err;
+        EXPECT_NE(result.out.find(document + ": error: "), std::string::npos) << result.out;
+    }
+    const std::string noNamespace = write("plain.sch", "<schema><pattern/></schema>");
+    const std::string invoice = write("invoice.xsd", testing::readFile(kValid));
+    for (const std::string& other : {noNamespace, invoice}) {
+        CommandResult result = runCli({"validate", "--schema", other, kValid});
+        EXPECT_EQ(result.exitCode, 2) << other;
+        EXPECT_EQ(result.out, "") << other;
+        EXPECT_EQ(result.err, other + ": neither a Schematron rule set nor an XML Schema (the root element is not a "
+                                      "schema element of either)\n");
+    }
+}
+
+// Text that XML cannot carry, from a rule set's message, is escaped: the SVRL stays
+// well-formed, the text line shows it, and JSON escapes it as JSON does.
+TEST_F(ValidateCliTest, ControlCharactersInMessagesStayVisibleAndWellFormed) {
+    const std::string rules = write("control.sch", testing::schematronText(R"~(<pattern id="p"><rule context="/r">
+        <assert id="C" test="false()">bell<value-of select="codepoints-to-string((1, 0, 65))"/>end</assert>
+        </rule></pattern>)~"));
+    const std::string document = write("r.xml", "<r/>");
+    EXPECT_EQ(runCli({"validate", "--schema", rules, document}).out,
+              document + ": error: [C] bell\\u0001\\u0000Aend (at /r[1])\n" + document + ": 1 error\n");
+    EXPECT_EQ(json::parse(runCli({"validate", "--format", "json", "--schema", rules, document}).out)["errors"][0]["message"],
+              std::string("bell\x01\x00" "Aend", 10));
+    const std::string svrl = runCli({"validate", "--format", "svrl", "--schema", rules, document}).out;
+    // The tool itself reads it back as a context document.
+    CommandResult readBack = runCli({"eval", "--context", write("report.svrl", svrl), "count(//*)"});
+    EXPECT_EQ(readBack.exitCode, 0) << readBack.err << svrl;
+    EXPECT_NE(svrl.find("<svrl:text>bell\\u0001\\u0000Aend</svrl:text>"), std::string::npos) << svrl;
+}
+
+TEST_F(ValidateCliTest, InputSizeLimitIsAnOption) {
+    const std::string document = write("r.xml", "<r>" + std::string(2000, ' ') + "</r>");
+    const std::string rules = write("r.sch", testing::schematronText(""));
+    CommandResult result = runCli({"validate", "--max-input-size", "1k", "--schema", rules, document});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err,
+              document + ": cannot read " + document + ": the file is larger than the input size limit of 1000 bytes\n");
+    EXPECT_EQ(runCli({"validate", "--max-input-size", "1MiB", "--schema", rules, document}).exitCode, 0);
+    testing::expectUsageErrors({{"validate", "--max-input-size", "lots", "--schema", rules, document},
+                                {"validate", "--max-input-size", "0", "--schema", rules, document}});
 }
 
 }  // namespace
