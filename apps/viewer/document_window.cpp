@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QFile>
 #include <QFileInfo>
 #include <QFontDatabase>
 #include <QHBoxLayout>
@@ -13,6 +12,7 @@
 #include <QScreen>
 #include <QToolButton>
 
+#include "quillmark/xml.h"
 #include "result_sheet.h"
 #include "status_dot_pixmap.h"
 #include "viewer_application.h"
@@ -133,12 +133,15 @@ void DocumentWindow::rebuildRecentMenu() {
 }
 
 bool DocumentWindow::loadFile(const QString& path, QString* error) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (error) *error = file.errorString();
+    // Regular files only, within the input size limit: a FIFO or device chosen by
+    // mistake is refused instead of blocking the window.
+    Error readError;
+    std::optional<std::string> bytes = xml::readFileBytes(path.toStdString(), &readError);
+    if (!bytes) {
+        if (error) *error = toQString(readError.message());
         return false;
     }
-    _xml = file.readAll().toStdString();
+    _xml = std::move(*bytes);
     _filePath = path;
     updateTitle();
     validate();
@@ -150,7 +153,10 @@ void DocumentWindow::validate() {
     const std::string fileName = QFileInfo(_filePath).fileName().toStdString();
     // The sheet's model points into the rows the validation replaces.
     if (_sheet) _sheet->beginResultChange();
-    const bool openSheet = _controller.performValidationWithValidator(_application.validator(), _xml, fileName);
+    // Fail closed: a rule set that cannot be used, or a document that is not
+    // well-formed, never shows as valid.
+    const bool openSheet =
+        _controller.performStrictValidationWithValidator(_application.validator(), _xml, fileName);
     if (_sheet) _sheet->endResultChange();
     if (!_sheet) _sheet = new ResultSheet(_controller.validationResultWindowController(), this);
     updateStatusButton();

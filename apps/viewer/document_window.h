@@ -23,8 +23,8 @@ public:
     explicit DocumentWindow(ViewerApplication& application);
     ~DocumentWindow() override;
 
-    // Reads the file (UTF-8) and validates it. False with the reason in `error` when it
-    // cannot be read.
+    // Reads the file (UTF-8; a regular file within the input size limit) and validates
+    // it. False with the reason in `error` when it cannot be read.
     bool loadFile(const QString& path, QString* error);
     // Validates the shown document with the application's validator.
     void validate();

@@ -2,6 +2,8 @@
 
 #include "quillmark/ui/document_window_controller.h"
 
+#include <filesystem>
+
 #include "quillmark/ui/strings.h"
 
 namespace quillmark {
@@ -54,6 +56,44 @@ bool QMXMLDocumentWindowController::isSchemaDetectionResult(const QMValidationRe
            result.warnings.front().schemaTitle == kSchemaDetectionTitle;
 }
 
+QMValidationResult QMXMLDocumentWindowController::notWellFormedResult(const Error& parseError) {
+    QMValidationError finding;
+    finding.type = "xml";
+    finding.role = "error";
+    finding.message = parseError.message();
+    finding.location = "";
+    finding.schemaTitle = kWellFormednessTitle;
+
+    QMValidationResult result;
+    result.valid = false;
+    result.patterns.emplace();
+    result.schemaFiles.emplace();
+    result.errors = {finding};
+    return result;
+}
+
+std::vector<QMValidationError> QMXMLDocumentWindowController::schemaFailureIssues(
+    const std::vector<SchemaFailure>& failures) {
+    std::vector<QMValidationError> issues;
+    for (const SchemaFailure& failure : failures) {
+        QMValidationError issue;
+        issue.type = "schema";
+        issue.role = "error";
+        issue.message = failure.error.message();
+        issue.location = "";
+        issue.schemaTitle = std::filesystem::path(failure.path).filename().string();
+        issues.push_back(std::move(issue));
+    }
+    return issues;
+}
+
+void QMXMLDocumentWindowController::displayResult(const QMValidationResult& result, const std::string& fileName) {
+    if (!_validationResultWindowController)
+        _validationResultWindowController = std::make_unique<QMValidationResultWindowController>();
+    _validationResultWindowController->setXmlTextView(_resultsTextView);
+    _validationResultWindowController->displayResult(result, fileName);
+}
+
 bool QMXMLDocumentWindowController::performValidationWithValidator(QMSchematronValidator& validator,
                                                                    const std::string& xml,
                                                                    const std::string& fileName) {
@@ -62,11 +102,7 @@ bool QMXMLDocumentWindowController::performValidationWithValidator(QMSchematronV
     Error error;
     std::optional<QMValidationResult> result = validator.validateXMLWithAutoDetection(xml, &error);
     if (!result) result = schemaDetectionResult(error);
-
-    if (!_validationResultWindowController)
-        _validationResultWindowController = std::make_unique<QMValidationResultWindowController>();
-    _validationResultWindowController->setXmlTextView(_resultsTextView);
-    _validationResultWindowController->displayResult(*result, fileName);
+    displayResult(*result, fileName);
 
     // No schema fits: a grey dot the user may click; the notice does not pop up.
     if (isSchemaDetectionResult(*result)) {
@@ -75,6 +111,37 @@ bool QMXMLDocumentWindowController::performValidationWithValidator(QMSchematronV
     }
     const size_t issues = result->errors.size() + result->warnings.size();
     const int64_t status = !result->errors.empty() ? 3 : !result->warnings.empty() ? 2 : 1;
+    updateStatusButton(statusIconForStatus(status), issues != 0);
+    return issues != 0;
+}
+
+bool QMXMLDocumentWindowController::performStrictValidationWithValidator(QMSchematronValidator& validator,
+                                                                         const std::string& xml,
+                                                                         const std::string& fileName) {
+    if (_resultsTextView) _resultsTextView->setText(xml);
+    StrictValidationReport report = validator.validateXMLStrictly(xml);
+    switch (report.outcome) {
+        case StrictValidationReport::Outcome::NoMatchingSchema:
+            displayResult(schemaDetectionResult(report.error), fileName);
+            updateStatusButton(statusIconForStatus(0), true);
+            return false;
+        case StrictValidationReport::Outcome::NotWellFormed:
+            displayResult(notWellFormedResult(report.error), fileName);
+            updateStatusButton(statusIconForStatus(3), true);
+            return true;
+        case StrictValidationReport::Outcome::Validated:
+            break;
+    }
+    QMValidationResult& result = report.result;
+    const bool documentHasErrors = !result.errors.empty();
+    std::vector<QMValidationError> failures = schemaFailureIssues(report.failures);
+    result.errors.insert(result.errors.begin(), failures.begin(), failures.end());
+    displayResult(result, fileName);
+
+    const size_t issues = result.errors.size() + result.warnings.size();
+    // A schema that could not check the document leaves it not validated (grey), unless
+    // what did run found errors.
+    const int64_t status = documentHasErrors ? 3 : !failures.empty() ? 0 : !result.warnings.empty() ? 2 : 1;
     updateStatusButton(statusIconForStatus(status), issues != 0);
     return issues != 0;
 }

@@ -134,6 +134,65 @@ TEST_F(DocumentWindowTest, DocumentNoSchemaFitsGetsTheDetectionNotice) {
     EXPECT_EQ(textView.content, "<Order><ID>");
 }
 
+// ---- Failing closed ----
+
+// The strict validation keeps the dots of the usual outcomes.
+TEST_F(DocumentWindowTest, StrictValidationKeepsTheUsualOutcomes) {
+    struct Case {
+        const char* xml;
+        QMDotColor dot;
+        bool clickable, sheetOpens;
+    };
+    for (const Case& c : {Case{kWithError, QMDotColor::Red, true, true}, Case{kWithWarning, QMDotColor::Orange, true, true},
+                          Case{kClean, QMDotColor::Green, false, false}, Case{kOtherKind, QMDotColor::Gray, true, false}}) {
+        SCOPED_TRACE(c.xml);
+        EXPECT_EQ(controller.performStrictValidationWithValidator(validator, c.xml, "order.xml"), c.sheetOpens);
+        EXPECT_EQ(controller.statusButton().image, createStatusDotImage(c.dot));
+        EXPECT_EQ(controller.statusButton().enabled, c.clickable);
+    }
+}
+
+// A document that is not well-formed says so, as an error (not the grey notice of a
+// document that no schema fits).
+TEST_F(DocumentWindowTest, StrictValidationSaysADocumentIsNotWellFormed) {
+    EXPECT_TRUE(controller.performStrictValidationWithValidator(validator, "<Order><ID>", "broken.xml"));
+    EXPECT_EQ(controller.statusButton().image, createStatusDotImage(QMDotColor::Red));
+    EXPECT_TRUE(controller.statusButton().enabled);
+    const auto& result = *controller.validationResultWindowController()->validationResult();
+    EXPECT_FALSE(result.valid);
+    ASSERT_EQ(result.errors.size(), 1u);
+    EXPECT_EQ(result.errors[0].schemaTitle, "XML Parser");
+    EXPECT_TRUE(result.errors[0].message.starts_with("Premature end of data")) << result.errors[0].message;
+    EXPECT_EQ(textView.content, "<Order><ID>");
+}
+
+// A rule set that cannot be loaded is an error row naming it; the rule sets after it
+// still run; the dot is grey (not validated) unless what ran found errors, never green.
+TEST_F(DocumentWindowTest, StrictValidationShowsFailingRuleSetsAndRunsTheOthers) {
+    write("a-broken.sch", testing::schematronText(R"xml(<ns prefix="o" uri="urn:example:order"/>
+        <include href="missing.sch"/>)xml"));
+    QMSchematronValidator withBroken;
+    withBroken.addSchemaDirectory(directory_);
+    struct Case {
+        const char* xml;
+        QMDotColor dot;
+        std::vector<std::string> errorTitles;
+    };
+    for (const Case& c : {Case{kClean, QMDotColor::Gray, {"a-broken.sch"}},
+                          Case{kWithError, QMDotColor::Red, {"a-broken.sch", ""}}}) {
+        SCOPED_TRACE(c.xml);
+        EXPECT_TRUE(controller.performStrictValidationWithValidator(withBroken, c.xml, "order.xml"));
+        EXPECT_EQ(controller.statusButton().image, createStatusDotImage(c.dot));
+        EXPECT_TRUE(controller.statusButton().enabled);
+        const auto& result = *controller.validationResultWindowController()->validationResult();
+        EXPECT_FALSE(result.valid);
+        EXPECT_EQ(testing::issueLines(result.errors, [](const auto& issue) { return issue.schemaTitle; }),
+                  c.errorTitles);
+        EXPECT_EQ(result.errors[0].type, "schema");
+        EXPECT_EQ(result.errors[0].message, "cannot read " + path("missing.sch") + ": No such file or directory");
+    }
+}
+
 TEST(SchemaDetectionNotice, MessageComesFromTheErrorWhenItHasOne) {
     LanguageScope english(ui::Language::English);
     const std::pair<Error, const char*> cases[] = {

@@ -94,7 +94,7 @@ TEST(HighlightRange, NodeIsSearchedInTheTextGiven) {
 // Every element of a real invoice, located by the path a validation run reports for it,
 // is highlighted at a start tag of its own name.
 TEST(HighlightRange, ReportedLocationsOfARealInvoiceFindTheirStartTags) {
-    if (!testing::corpusAvailable()) GTEST_SKIP() << "corpus not available";
+    ASSERT_TRUE(testing::corpusAvailable()) << "the corpus is missing";
     const std::string text = testing::readFile(testing::corpusPath("en16931/cii/examples/CII_example1.xml"));
     Error error;
     auto document = xml::Document::parse(text, &error);

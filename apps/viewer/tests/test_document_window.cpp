@@ -3,6 +3,7 @@
 // recent files, preferences, drag and drop, and the screenshot.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <QAction>
 #include <QApplication>
@@ -82,6 +83,44 @@ TEST_F(ViewerWindowTest, OutcomeDecidesDotAndSheet) {
         EXPECT_EQ(sheet->model()->index(0, 0).data(ResultItemModel::StatusColorRole).toInt(),
                   static_cast<int>(QString(file) == "catalogue.xml" ? QMDotColor::Orange : QMDotColor::Red));
     }
+}
+
+// Failing closed: a malformed document is red and says why; a rule set that cannot be
+// loaded makes the dot grey, never green, and the rule sets after it still run.
+TEST_F(ViewerWindowTest, FailuresNeverShowAsValid) {
+    files.write("malformed.xml", "<o:Order xmlns:o=\"urn:example:order\">\n<o:ID>");
+    DocumentWindow* malformed = open("malformed.xml");
+    ASSERT_NE(malformed, nullptr);
+    EXPECT_EQ(dotColorShown(malformed->statusButton()), QColor("#FF3B30"));
+    EXPECT_TRUE(malformed->resultSheet()->isVisible());
+    EXPECT_TRUE(malformed->resultSheet()->model()->index(0, 0).data().toString().startsWith("Premature end of data"))
+        << malformed->resultSheet()->model()->index(0, 0).data().toString().toStdString();
+
+    // "a-" sorts before order.sch, so the broken rule set runs first.
+    files.write("rules/a-broken.sch", R"xml(<schema xmlns="http://purl.oclc.org/dsdl/schematron">
+        <ns prefix="o" uri="urn:example:order"/><include href="missing.sch"/></schema>)xml");
+    ScopedLogCapture log;
+    ViewerApplication withBroken{nullptr, {files.rules()}};
+    for (const auto& [file, colour] : {std::pair{"valid-order.xml", "#8E8E93"}, std::pair{"invalid-order.xml", "#FF3B30"}}) {
+        SCOPED_TRACE(file);
+        QString error;
+        DocumentWindow* window = withBroken.openFile(files.path(file), nullptr, &error);
+        ASSERT_NE(window, nullptr) << error.toStdString();
+        window->show();
+        EXPECT_EQ(dotColorShown(window->statusButton()), QColor(colour));
+        EXPECT_TRUE(window->resultSheet()->isVisible());
+        const QString firstRow = window->resultSheet()->model()->index(0, 0).data().toString();
+        EXPECT_TRUE(firstRow.contains("missing.sch")) << firstRow.toStdString();
+    }
+}
+
+// Only regular files are opened: a FIFO chosen by mistake is refused at once.
+TEST_F(ViewerWindowTest, SpecialFilesAreRefused) {
+    const QString fifo = files.path("pipe.xml");
+    ASSERT_EQ(::mkfifo(fifo.toLocal8Bit().constData(), 0600), 0);
+    QString error;
+    EXPECT_EQ(application.openFile(fifo, nullptr, &error), nullptr);
+    EXPECT_TRUE(error.endsWith("not a regular file but a FIFO")) << error.toStdString();
 }
 
 TEST_F(ViewerWindowTest, SheetIsAWindowModalOutlineOfTheIssues) {
@@ -261,7 +300,7 @@ QString lastStepName(const QString& location) {
 class RealInvoiceTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!QFileInfo(corpusFile("peppol/rules/sch")).isDir()) GTEST_SKIP() << "corpus not available";
+        ASSERT_TRUE(QFileInfo(corpusFile("peppol/rules/sch")).isDir()) << "the corpus is missing";
     }
     testing::EnglishTexts english;
     ViewerApplication application{nullptr, {corpusFile("peppol/rules/sch")}};

@@ -18,6 +18,8 @@ namespace quillmark {
 
 // The schema title of the notice shown for a document that no schema fits.
 inline constexpr const char* kSchemaDetectionTitle = "Schema Detection";
+// The schema title of the finding shown for a document that is not well-formed XML.
+inline constexpr const char* kWellFormednessTitle = "XML Parser";
 
 struct QMStatusButtonState {
     QMStatusDotImage image = statusIconForStatus(0);
@@ -46,6 +48,14 @@ public:
     // true when the result sheet is to be opened now.
     bool performValidationWithValidator(QMSchematronValidator& validator, const std::string& xml,
                                         const std::string& fileName);
+    // As performValidationWithValidator, failing closed (QMSchematronValidator::
+    // validateXMLStrictly): a document that is not well-formed shows the parser's
+    // error as a finding (red dot, sheet opens); a schema that could not be used shows
+    // as an error row naming it, every other fitting schema still runs, and the dot is
+    // red when the document has errors, else grey ("not validated"), never green; the
+    // sheet opens. A document that no schema fits gets the usual notice.
+    bool performStrictValidationWithValidator(QMSchematronValidator& validator, const std::string& xml,
+                                              const std::string& fileName);
     // Whether the dot's action has a sheet to show (a result window exists).
     bool canShowValidationSheet() const { return _validationResultWindowController != nullptr; }
 
@@ -60,8 +70,16 @@ public:
     static QMValidationResult schemaDetectionResult(const Error& error);
     // The notice result made by schemaDetectionResult (one warning, no errors).
     static bool isSchemaDetectionResult(const QMValidationResult& result);
+    // The result shown for a document that is not well-formed: not valid, one error
+    // with the parser's description under the title "XML Parser".
+    static QMValidationResult notWellFormedResult(const Error& parseError);
+    // One error per schema that could not be used: type "schema", role "error", the
+    // schema's file name as title, the reason as message.
+    static std::vector<QMValidationError> schemaFailureIssues(const std::vector<SchemaFailure>& failures);
 
 private:
+    // Shows the result in the result window (created on first use).
+    void displayResult(const QMValidationResult& result, const std::string& fileName);
     QMTextView* _resultsTextView = nullptr;
     QMStatusButtonState _statusButton;
     std::unique_ptr<QMValidationResultWindowController> _validationResultWindowController;
