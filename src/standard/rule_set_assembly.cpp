@@ -97,6 +97,19 @@ bool isNameCharacter(char c) {
            c == '.' || static_cast<unsigned char>(c) >= 0x80;
 }
 
+// The parameter whose name stands whole at `offset`, if any.
+const std::pair<std::string, std::string>* wholeNameAt(const std::string& text, size_t offset,
+                                                      const std::vector<const std::pair<std::string, std::string>*>& byLength) {
+    for (const auto* parameter : byLength) {
+        const std::string& name = parameter->first;
+        if (name.empty() || text.compare(offset, name.size(), name) != 0) continue;
+        const size_t end = offset + name.size();
+        if (end < text.size() && isNameCharacter(name.back()) && isNameCharacter(text[end])) continue;
+        return parameter;
+    }
+    return nullptr;
+}
+
 void substituteInAttributes(xmlNode* element, const std::vector<std::pair<std::string, std::string>>& parameters) {
     for (xmlAttr* attribute = element->properties; attribute; attribute = attribute->next) {
         xmlChar* value = xmlNodeListGetString(element->doc, attribute->children, 1);
@@ -225,24 +238,23 @@ void finishAssembly(xml::Document& document, const std::string& file) {
 }  // namespace
 
 std::string substituteParameters(const std::string& text, const std::vector<std::pair<std::string, std::string>>& parameters) {
-    std::map<std::string, std::string, std::less<>> byName(parameters.begin(), parameters.end());
+    // Longest names first, so that $Seller_postal_address is not taken for $Seller; a
+    // name is whole when no name character follows it (names may end in a space, as
+    // some official rule sets write them).
+    std::vector<const std::pair<std::string, std::string>*> byLength;
+    for (const auto& parameter : parameters) byLength.push_back(&parameter);
+    std::stable_sort(byLength.begin(), byLength.end(),
+                     [](const auto* a, const auto* b) { return a->first.size() > b->first.size(); });
     std::string out;
     out.reserve(text.size());
     for (size_t index = 0; index < text.size();) {
-        if (text[index] != '$') {
+        const auto* match = text[index] == '$' ? wholeNameAt(text, index + 1, byLength) : nullptr;
+        if (!match) {
             out += text[index++];
             continue;
         }
-        // The whole name after "$": a parameter replaces it only when the names are equal.
-        size_t end = index + 1;
-        while (end < text.size() && isNameCharacter(text[end])) ++end;
-        auto found = byName.find(std::string_view(text).substr(index + 1, end - index - 1));
-        if (found != byName.end()) {
-            out += found->second;
-        } else {
-            out.append(text, index, end - index);
-        }
-        index = end;
+        out += match->second;
+        index += 1 + match->first.size();
     }
     return out;
 }

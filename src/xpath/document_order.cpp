@@ -6,28 +6,25 @@
 
 namespace quillmark::xpath {
 
-uint64_t DocumentOrder::key(const xmlNode* node) {
-    if (auto found = positions_.find(node); found != positions_.end()) return found->second;
-    const xmlNode* root = rootOf(node);
-    number(root, treeNumber(root));
-    auto found = positions_.find(node);
-    return found != positions_.end() ? found->second : 0;
+namespace {
+
+// The number a walk gave the node, plus one; 0 for a node not numbered yet.
+uint64_t storedPosition(const xmlNode* node) { return reinterpret_cast<uintptr_t>(node->_private); }
+
+void storePosition(const xmlNode* node, uint64_t position) {
+    const_cast<xmlNode*>(node)->_private = reinterpret_cast<void*>(static_cast<uintptr_t>(position + 1));
 }
 
-uint32_t DocumentOrder::treeNumber(const xmlNode* root) {
-    auto [entry, inserted] = trees_.try_emplace(root, static_cast<uint32_t>(trees_.size()));
-    return entry->second;
-}
-
-void DocumentOrder::number(const xmlNode* root, uint32_t tree) {
-    uint64_t next = static_cast<uint64_t>(tree) << 40;
-    // Iterative pre-order walk: deep trees must not exhaust the stack.
+// Calls `visit` for each node of the tree in document order, attributes after their
+// element; iterative, so that deep trees cannot exhaust the stack.
+template <typename Visit>
+void preorder(const xmlNode* root, Visit&& visit) {
     const xmlNode* node = root;
     while (node) {
-        positions_[node] = next++;
+        visit(node);
         if (node->type == XML_ELEMENT_NODE) {
             for (const xmlAttr* attribute = node->properties; attribute; attribute = attribute->next) {
-                positions_[reinterpret_cast<const xmlNode*>(attribute)] = next++;
+                visit(reinterpret_cast<const xmlNode*>(attribute));
             }
         }
         if (const xmlNode* child = firstTreeChild(node)) {
@@ -38,6 +35,55 @@ void DocumentOrder::number(const xmlNode* root, uint32_t tree) {
         if (!node || node == root) break;
         node = nextTreeSibling(node);
     }
+}
+
+}  // namespace
+
+DocumentOrder::Tree& DocumentOrder::tree(const xmlNode* root) {
+    auto [entry, inserted] = trees_.try_emplace(root);
+    if (inserted) {
+        entry->second.number = static_cast<uint32_t>(trees_.size() - 1);
+        // Numbered anew for each evaluation context: a tree may have changed since, and
+        // copies of nodes may carry their original's number.
+        number(root);
+    }
+    return entry->second;
+}
+
+void DocumentOrder::number(const xmlNode* root) {
+    uint64_t next = 0;
+    preorder(root, [&](const xmlNode* node) { storePosition(node, next++); });
+}
+
+void DocumentOrder::indexNames(const xmlNode* root, NameIndex& names) {
+    preorder(root, [&](const xmlNode* node) {
+        if (node->type == XML_ELEMENT_NODE) names.elements[localNameOf(node)].push_back(node);
+        if (node->type == XML_ATTRIBUTE_NODE) names.attributes[localNameOf(node)].push_back(node);
+    });
+}
+
+uint64_t DocumentOrder::key(const xmlNode* node) {
+    uint64_t position = storedPosition(node);
+    const xmlNode* root = rootOf(node);
+    const Tree& numbered = tree(root);
+    if (position == 0) position = storedPosition(node);
+    return (static_cast<uint64_t>(numbered.number) << 40) | position;
+}
+
+const NameIndex& DocumentOrder::names(const xmlNode* root) {
+    Tree& indexed = tree(root);
+    if (!indexed.names) {
+        indexed.names = std::make_unique<NameIndex>();
+        indexNames(root, *indexed.names);
+    }
+    return *indexed.names;
+}
+
+uint64_t DocumentOrder::subtreeEnd(const xmlNode* node) {
+    for (const xmlNode* current = node; current; current = treeParent(current)) {
+        if (const xmlNode* next = nextTreeSibling(current)) return key(next) - 1;
+    }
+    return key(rootOf(node)) | ((uint64_t{1} << 40) - 1);
 }
 
 int DocumentOrder::compare(const xmlNode* a, const xmlNode* b) {

@@ -13,6 +13,8 @@ constexpr int64_t kMaxRangeLength = int64_t{1} << 24;
 }  // namespace
 
 bool Expression::effectiveBooleanValue(DynamicContext& context) const {
+    // A sequence of nodes is true exactly when it is not empty.
+    if (yieldsNodesOnly()) return isNonEmpty(context);
     return xpath::effectiveBooleanValue(evaluate(context));
 }
 
@@ -65,11 +67,13 @@ Sequence RangeExpression::evaluate(DynamicContext& context) const {
     if (!length || *length >= kMaxRangeLength) {
         throw XPathError(ErrorCode::XPDY0130, "the range " + from->toString() + " to " + to->toString() + " is too large");
     }
+    // Charged before the memory is taken, so that a budget too small for the range
+    // ends the evaluation before it allocates.
+    context.budget().charge(static_cast<uint64_t>(*length) + 1);
     result.reserve(static_cast<size_t>(*length) + 1);
     const Decimal one = Decimal::fromInt64(1);
     Decimal value = *from;
     for (int64_t index = 0; index <= *length; ++index) {
-        context.budget().charge();
         result.emplace_back(AtomicValue::fromDecimal(value, AtomicType::Integer));
         value = value + one;
     }

@@ -41,6 +41,9 @@ private:
 
 Sequence FunctionCall::evaluate(DynamicContext& context) const {
     context.budget().charge();
+    if (function_->booleanForm == BooleanForm::Exists || function_->booleanForm == BooleanForm::Empty) {
+        return Sequence{AtomicValue::fromBoolean(effectiveBooleanValue(context))};
+    }
     Arguments arguments;
     arguments.reserve(arguments_.size());
     for (size_t index = 0; index < arguments_.size(); ++index) {
@@ -69,6 +72,8 @@ bool FunctionCall::effectiveBooleanValue(DynamicContext& context) const {
     switch (function_->booleanForm) {
     case BooleanForm::Not: return !arguments_.front()->effectiveBooleanValue(context);
     case BooleanForm::Boolean: return arguments_.front()->effectiveBooleanValue(context);
+    case BooleanForm::Exists: return arguments_.front()->isNonEmpty(context);
+    case BooleanForm::Empty: return !arguments_.front()->isNonEmpty(context);
     case BooleanForm::None: break;
     }
     return Expression::effectiveBooleanValue(context);

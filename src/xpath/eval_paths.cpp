@@ -6,6 +6,7 @@
 
 #include "xpath/axes.h"
 #include "xpath/error.h"
+#include "xpath/indexed_search.h"
 #include "xpath/sequence_operations.h"
 #include "xpath/syntax_tree.h"
 
@@ -98,6 +99,7 @@ bool isReverseAxis(Axis axis) {
     case Axis::Preceding:
     case Axis::PrecedingSibling:
         return true;
+    case Axis::DescendantOrSelfAttribute:
     case Axis::Child:
     case Axis::Descendant:
     case Axis::Attribute:
@@ -158,6 +160,63 @@ bool PredicateList::acceptsAlone(DynamicContext& context, const Item& item) cons
 
 // ---- Axis steps -----------------------------------------------------------------
 
+// Calls `visit` for each node of the axis from `origin` that passes the node test, in
+// axis order, until it returns false. A named search of a whole document (descendant
+// elements or attributes from the document node) reads the document's name index.
+template <typename Visit>
+void walkAxis(DynamicContext& context, Axis axis, const NodeTest& test, const xmlNode* origin, Visit&& visit) {
+    EvaluationBudget& budget = context.budget();
+    bool going = true;
+    auto offer = [&](const xmlNode* node) {
+        if (!going) return;
+        budget.charge();
+        if (test.matches(node)) going = visit(node);
+    };
+    const bool fromDocument = nodeKind(origin) == NodeKind::Document && test.localName;
+    switch (axis) {
+    case Axis::Child: axes::children(origin, offer); return;
+    case Axis::Descendant:
+        if (fromDocument) {
+            const auto& elements = context.documentOrder().names(origin).elements;
+            if (auto found = elements.find(*test.localName); found != elements.end()) {
+                for (const xmlNode* node : found->second) offer(node);
+            }
+            return;
+        }
+        axes::descendants(origin, offer);
+        return;
+    case Axis::DescendantOrSelfAttribute:
+        if (fromDocument) {
+            const auto& attributes = context.documentOrder().names(origin).attributes;
+            if (auto found = attributes.find(*test.localName); found != attributes.end()) {
+                for (const xmlNode* node : found->second) offer(node);
+            }
+            return;
+        }
+        axes::attributes(origin, offer);
+        axes::descendants(origin, [&](const xmlNode* node) { axes::attributes(node, offer); });
+        return;
+    case Axis::Attribute: axes::attributes(origin, offer); return;
+    case Axis::Self: offer(origin); return;
+    case Axis::DescendantOrSelf:
+        offer(origin);
+        axes::descendants(origin, offer);
+        return;
+    case Axis::FollowingSibling: axes::followingSiblings(origin, offer); return;
+    case Axis::Following: axes::following(origin, offer); return;
+    case Axis::Parent:
+        if (const xmlNode* parent = treeParent(origin)) offer(parent);
+        return;
+    case Axis::Ancestor: axes::ancestors(origin, offer); return;
+    case Axis::AncestorOrSelf:
+        offer(origin);
+        axes::ancestors(origin, offer);
+        return;
+    case Axis::PrecedingSibling: axes::precedingSiblings(origin, offer); return;
+    case Axis::Preceding: axes::preceding(origin, offer); return;
+    }
+}
+
 Sequence AxisStep::evaluate(DynamicContext& context) const {
     Sequence result;
     collect(context, contextNode(context), result);
@@ -166,33 +225,10 @@ Sequence AxisStep::evaluate(DynamicContext& context) const {
 
 void AxisStep::collect(DynamicContext& context, const xmlNode* origin, Sequence& into) const {
     const size_t start = into.size();
-    EvaluationBudget& budget = context.budget();
-    auto visit = [&](const xmlNode* node) {
-        budget.charge();
-        if (test_.matches(node)) into.push_back(itemOf(node));
-    };
-    switch (axis_) {
-    case Axis::Child: axes::children(origin, visit); break;
-    case Axis::Descendant: axes::descendants(origin, visit); break;
-    case Axis::Attribute: axes::attributes(origin, visit); break;
-    case Axis::Self: visit(origin); break;
-    case Axis::DescendantOrSelf:
-        visit(origin);
-        axes::descendants(origin, visit);
-        break;
-    case Axis::FollowingSibling: axes::followingSiblings(origin, visit); break;
-    case Axis::Following: axes::following(origin, visit); break;
-    case Axis::Parent:
-        if (const xmlNode* parent = treeParent(origin)) visit(parent);
-        break;
-    case Axis::Ancestor: axes::ancestors(origin, visit); break;
-    case Axis::AncestorOrSelf:
-        visit(origin);
-        axes::ancestors(origin, visit);
-        break;
-    case Axis::PrecedingSibling: axes::precedingSiblings(origin, visit); break;
-    case Axis::Preceding: axes::preceding(origin, visit); break;
-    }
+    walkAxis(context, axis_, test_, origin, [&](const xmlNode* node) {
+        into.push_back(itemOf(node));
+        return true;
+    });
     if (!predicates_.empty()) {
         Sequence selected(std::make_move_iterator(into.begin() + static_cast<std::ptrdiff_t>(start)),
                           std::make_move_iterator(into.end()));
@@ -202,6 +238,22 @@ void AxisStep::collect(DynamicContext& context, const xmlNode* origin, Sequence&
     }
     if (isReverseAxis(axis_)) std::reverse(into.begin() + static_cast<std::ptrdiff_t>(start), into.end());
 }
+
+bool AxisStep::selectsAny(DynamicContext& context, const xmlNode* origin) const {
+    if (predicates_.anyPositional()) {
+        Sequence selected;
+        collect(context, origin, selected);
+        return !selected.empty();
+    }
+    bool found = false;
+    walkAxis(context, axis_, test_, origin, [&](const xmlNode* node) {
+        found = predicates_.acceptsAlone(context, itemOf(node));
+        return !found;
+    });
+    return found;
+}
+
+bool AxisStep::isNonEmpty(DynamicContext& context) const { return selectsAny(context, contextNode(context)); }
 
 // ---- Filters, root, paths ---------------------------------------------------------
 
@@ -219,42 +271,70 @@ Sequence RootExpression::evaluate(DynamicContext& context) const {
     return Sequence{itemOf(root)};
 }
 
+PathExpression::PathExpression(size_t offset, ExpressionList steps) : Expression(offset), steps_(std::move(steps)) {
+    indexSearchable_ = isIndexSearchable(*this);
+}
+
 bool PathExpression::yieldsNodesOnly() const { return steps_.back()->yieldsNodesOnly(); }
 
-Sequence PathExpression::evaluate(DynamicContext& context) const {
-    Sequence current = steps_.front()->evaluate(context);
-    for (size_t index = 1; index < steps_.size(); ++index) {
-        const Expression& step = *steps_[index];
-        const auto* axisStep = dynamic_cast<const AxisStep*>(&step);
-        Sequence next;
-        bool sawNode = false;
-        bool sawAtomic = false;
-        const size_t size = current.size();
-        for (size_t position = 0; position < size; ++position) {
-            const Item& item = current[position];
-            if (!item.isNode()) {
-                throw XPathError(ErrorCode::XPTY0019, "a path step was applied to an atomic value");
-            }
-            if (axisStep) {
-                FocusScope focus(context, &item, position + 1, size);
-                axisStep->collect(context, item.node().raw(), next);
-                continue;
-            }
-            FocusScope focus(context, &item, position + 1, size);
-            Sequence part = step.evaluate(context);
-            for (Item& result : part) {
-                (result.isNode() ? sawNode : sawAtomic) = true;
-                next.push_back(std::move(result));
-            }
-        }
-        if (sawNode && sawAtomic) {
-            throw XPathError(ErrorCode::XPTY0018, "a path step yielded both nodes and atomic values");
-        }
-        // One node's axis step is already in document order; anything else may not be.
-        if (!sawAtomic && (size > 1 || !axisStep)) context.documentOrder().sortAndDeduplicate(next);
-        current = std::move(next);
+// Evaluates all but the last step, then looks for one node the last step selects.
+bool PathExpression::isNonEmpty(DynamicContext& context) const {
+    if (indexSearchable_) {
+        if (std::optional<Sequence> found = searchByIndex(*this, context, true)) return !found->empty();
     }
+    const auto* last = dynamic_cast<const AxisStep*>(steps_.back().get());
+    if (!last) return !evaluate(context).empty();
+    Sequence origins = steps_.front()->evaluate(context);
+    for (size_t index = 1; index + 1 < steps_.size(); ++index) origins = applyStep(context, *steps_[index], origins);
+    const size_t size = origins.size();
+    for (size_t position = 0; position < size; ++position) {
+        const Item& item = origins[position];
+        if (!item.isNode()) throw XPathError(ErrorCode::XPTY0019, "a path step was applied to an atomic value");
+        FocusScope focus(context, &item, position + 1, size);
+        if (last->selectsAny(context, item.node().raw())) return true;
+    }
+    return false;
+}
+
+Sequence PathExpression::evaluate(DynamicContext& context) const {
+    if (indexSearchable_) {
+        if (std::optional<Sequence> found = searchByIndex(*this, context, false)) return std::move(*found);
+    }
+    Sequence current = steps_.front()->evaluate(context);
+    for (size_t index = 1; index < steps_.size(); ++index) current = applyStep(context, *steps_[index], current);
     return current;
+}
+
+// E1/E2 for one step: E2 evaluated with each node of E1 as context; nodes come out in
+// document order without duplicates, atomic values in the order made.
+Sequence PathExpression::applyStep(DynamicContext& context, const Expression& step, const Sequence& current) {
+    const auto* axisStep = dynamic_cast<const AxisStep*>(&step);
+    Sequence next;
+    bool sawNode = false;
+    bool sawAtomic = false;
+    const size_t size = current.size();
+    for (size_t position = 0; position < size; ++position) {
+        const Item& item = current[position];
+        if (!item.isNode()) throw XPathError(ErrorCode::XPTY0019, "a path step was applied to an atomic value");
+        FocusScope focus(context, &item, position + 1, size);
+        if (axisStep) {
+            axisStep->collect(context, item.node().raw(), next);
+            continue;
+        }
+        for (Item& result : step.evaluate(context)) {
+            (result.isNode() ? sawNode : sawAtomic) = true;
+            next.push_back(std::move(result));
+        }
+    }
+    if (sawNode && sawAtomic) throw XPathError(ErrorCode::XPTY0018, "a path step yielded both nodes and atomic values");
+    // One node's axis step is already in document order; anything else may not be.
+    if (!sawAtomic && (size > 1 || !axisStep)) context.documentOrder().sortAndDeduplicate(next);
+    return next;
+}
+
+bool SetExpression::isNonEmpty(DynamicContext& context) const {
+    if (op_ == SetOperator::Union) return left_->isNonEmpty(context) || right_->isNonEmpty(context);
+    return !evaluate(context).empty();
 }
 
 Sequence SetExpression::evaluate(DynamicContext& context) const {

@@ -37,7 +37,7 @@ struct UserFunctionBody {
 };
 
 // Functions whose effective boolean value is cheaper than their value.
-enum class BooleanForm { None, Not, Boolean };
+enum class BooleanForm { None, Not, Boolean, Exists, Empty };
 
 struct FunctionDefinition {
     ExpandedName name;

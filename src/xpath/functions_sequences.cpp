@@ -68,9 +68,10 @@ int64_t positionArgument(const Sequence& argument) {
 Sequence insertBefore(DynamicContext&, Arguments& arguments) {
     Sequence& target = arguments[0];
     const int64_t position = positionArgument(arguments[1]);
-    const size_t offset = static_cast<size_t>(std::clamp<int64_t>(position - 1, 0, static_cast<int64_t>(target.size())));
+    const int64_t size = static_cast<int64_t>(target.size());
+    const auto offset = static_cast<ptrdiff_t>(std::clamp<int64_t>(position - 1, 0, size));
     Sequence& inserts = arguments[2];
-    target.insert(target.begin() + static_cast<ptrdiff_t>(offset), std::make_move_iterator(inserts.begin()),
+    target.insert(target.begin() + offset, std::make_move_iterator(inserts.begin()),
                   std::make_move_iterator(inserts.end()));
     return std::move(target);
 }
@@ -111,7 +112,8 @@ Sequence subsequence(DynamicContext&, Arguments& arguments) {
 
 Sequence zeroOrOne(DynamicContext&, Arguments& arguments) {
     if (arguments[0].size() > 1) {
-        throw XPathError(ErrorCode::FORG0003, "zero-or-one() was given " + std::to_string(arguments[0].size()) + " items");
+        throw XPathError(ErrorCode::FORG0003,
+                         "zero-or-one() was given " + std::to_string(arguments[0].size()) + " items");
     }
     return std::move(arguments[0]);
 }
@@ -123,7 +125,8 @@ Sequence oneOrMore(DynamicContext&, Arguments& arguments) {
 
 Sequence exactlyOne(DynamicContext&, Arguments& arguments) {
     if (arguments[0].size() != 1) {
-        throw XPathError(ErrorCode::FORG0005, "exactly-one() was given " + std::to_string(arguments[0].size()) + " items");
+        throw XPathError(ErrorCode::FORG0005,
+                         "exactly-one() was given " + std::to_string(arguments[0].size()) + " items");
     }
     return std::move(arguments[0]);
 }
@@ -136,8 +139,12 @@ Sequence deepEqualFunction(DynamicContext& context, Arguments& arguments) {
 }  // namespace
 
 void registerSequenceFunctions(FunctionLibrary& library) {
-    define(library, {.name = "empty", .parameters = {"item()*"}, .result = "xs:boolean"}, &empty);
-    define(library, {.name = "exists", .parameters = {"item()*"}, .result = "xs:boolean"}, &exists);
+    define(library,
+           {.name = "empty", .parameters = {"item()*"}, .result = "xs:boolean", .booleanForm = BooleanForm::Empty},
+           &empty);
+    define(library,
+           {.name = "exists", .parameters = {"item()*"}, .result = "xs:boolean", .booleanForm = BooleanForm::Exists},
+           &exists);
     define(library, {.name = "distinct-values", .parameters = {"xs:anyAtomicType*"}, .result = "xs:anyAtomicType*"},
            &distinctValues);
     define(library,

@@ -13,6 +13,9 @@ namespace {
 
 // Deeper nesting than this is refused, so that hostile input cannot exhaust the stack.
 constexpr int kMaxNesting = 200;
+// Deeper trees than this are refused too: evaluating a tree recurses once per level,
+// and a chain of operators (1 + 1 + ... + 1) adds a level per operator without nesting.
+constexpr int kMaxTreeDepth = 1000;
 
 // Names that look like function calls but are not (XPath 2.0 A.3 reserved names).
 bool isReservedFunctionName(std::string_view name) {
@@ -109,13 +112,31 @@ private:
     // Guards the recursion of nested expressions.
     struct NestingGuard {
         explicit NestingGuard(Parser& parser) : parser(parser) {
-            if (++parser.depth_ > kMaxNesting) {
-                throw XPathError(ErrorCode::XPST0003, "expression nested too deeply");
-            }
+            ++parser.treeDepth_;
+            if (++parser.depth_ > kMaxNesting || parser.treeDepth_ > kMaxTreeDepth) parser.failTooDeep();
         }
-        ~NestingGuard() { --parser.depth_; }
+        ~NestingGuard() {
+            --parser.depth_;
+            --parser.treeDepth_;
+        }
         Parser& parser;
     };
+
+    // Counts the operators of a left-associative chain, each a level of the tree.
+    struct ChainGuard {
+        explicit ChainGuard(Parser& parser) : parser(parser) {}
+        void link() {
+            ++links;
+            if (++parser.treeDepth_ > kMaxTreeDepth) parser.failTooDeep();
+        }
+        ~ChainGuard() { parser.treeDepth_ -= links; }
+        Parser& parser;
+        int links = 0;
+    };
+
+    [[noreturn]] void failTooDeep() const {
+        throw XPathError(ErrorCode::XPST0003, "expression nested too deeply at offset " + std::to_string(current().offset));
+    }
 
     // ---- Names ------------------------------------------------------------------
 
@@ -216,7 +237,9 @@ private:
     // OrExpr ::= AndExpr ( "or" AndExpr )*
     ExpressionPtr parseOr() {
         ExpressionPtr left = parseAnd();
+        ChainGuard chain(*this);
         while (atName("or")) {
+            chain.link();
             const size_t offset = advance().offset;
             left = std::make_unique<LogicalExpression>(offset, LogicalOperator::Or, std::move(left), parseAnd());
         }
@@ -226,7 +249,9 @@ private:
     // AndExpr ::= ComparisonExpr ( "and" ComparisonExpr )*
     ExpressionPtr parseAnd() {
         ExpressionPtr left = parseComparison();
+        ChainGuard chain(*this);
         while (atName("and")) {
+            chain.link();
             const size_t offset = advance().offset;
             left = std::make_unique<LogicalExpression>(offset, LogicalOperator::And, std::move(left), parseComparison());
         }
@@ -294,7 +319,9 @@ private:
     // AdditiveExpr ::= MultiplicativeExpr ( ("+" | "-") MultiplicativeExpr )*
     ExpressionPtr parseAdditive() {
         ExpressionPtr left = parseMultiplicative();
+        ChainGuard chain(*this);
         while (at(TokenKind::Plus) || at(TokenKind::Minus)) {
+            chain.link();
             const Token& op = advance();
             const ArithmeticOperator kind = op.kind == TokenKind::Plus ? ArithmeticOperator::Add : ArithmeticOperator::Subtract;
             left = std::make_unique<ArithmeticExpression>(op.offset, kind, std::move(left), parseMultiplicative());
@@ -313,7 +340,9 @@ private:
     // MultiplicativeExpr ::= UnionExpr ( ("*" | "div" | "idiv" | "mod") UnionExpr )*
     ExpressionPtr parseMultiplicative() {
         ExpressionPtr left = parseUnion();
+        ChainGuard chain(*this);
         while (auto op = multiplicativeOperator()) {
+            chain.link();
             const size_t offset = advance().offset;
             left = std::make_unique<ArithmeticExpression>(offset, *op, std::move(left), parseUnion());
         }
@@ -323,7 +352,9 @@ private:
     // UnionExpr ::= IntersectExceptExpr ( ("union" | "|") IntersectExceptExpr )*
     ExpressionPtr parseUnion() {
         ExpressionPtr left = parseIntersectExcept();
+        ChainGuard chain(*this);
         while (at(TokenKind::Pipe) || atName("union")) {
+            chain.link();
             const size_t offset = advance().offset;
             left = std::make_unique<SetExpression>(offset, SetOperator::Union, std::move(left), parseIntersectExcept());
         }
@@ -333,7 +364,9 @@ private:
     // IntersectExceptExpr ::= InstanceofExpr ( ("intersect" | "except") InstanceofExpr )*
     ExpressionPtr parseIntersectExcept() {
         ExpressionPtr left = parseInstanceOf();
+        ChainGuard chain(*this);
         while (atName("intersect") || atName("except")) {
+            chain.link();
             const Token& op = advance();
             const SetOperator kind = op.text == "intersect" ? SetOperator::Intersect : SetOperator::Except;
             left = std::make_unique<SetExpression>(op.offset, kind, std::move(left), parseInstanceOf());
@@ -386,7 +419,8 @@ private:
 
     ExpressionPtr makeCast(size_t offset, ExpressionPtr operand, AtomicType target, bool allowEmpty, bool castableTest) {
         if (target == AtomicType::NOTATION || target == AtomicType::AnyAtomicType) {
-            throw XPathError(ErrorCode::XPST0080, "cannot cast to " + atomicTypeName(target));
+            throw XPathError(ErrorCode::XPST0080,
+                             "cannot cast to " + atomicTypeName(target) + " at offset " + std::to_string(offset));
         }
         std::unordered_map<std::string, std::string> namespaces;
         if (target == AtomicType::QName) {
@@ -484,18 +518,39 @@ private:
     }
 
     // descendant-or-self::node()/child::X[p] selects what descendant::X[p] selects
-    // whenever no predicate depends on positions; the single step is far cheaper.
+    // whenever no predicate depends on positions (and likewise for attribute::X and for
+    // a union of such child steps, //(a | b)); the single step is far cheaper, and from
+    // the root of a document it is one lookup in the document's name index.
     static void simplifyDescendantSteps(ExpressionList& steps) {
         for (size_t i = 0; i + 1 < steps.size(); ++i) {
             auto* first = dynamic_cast<AxisStep*>(steps[i].get());
-            auto* second = dynamic_cast<AxisStep*>(steps[i + 1].get());
-            if (!first || !second) continue;
-            const bool anyNode = first->axis() == Axis::DescendantOrSelf && !first->test().nameTest &&
+            const bool anyNode = first && first->axis() == Axis::DescendantOrSelf && !first->test().nameTest &&
                                  first->test().kind == ItemTypeKind::AnyNode && first->predicates().empty();
-            if (!anyNode || second->axis() != Axis::Child || second->predicates().anyPositional()) continue;
-            second->becomeDescendant();
+            if (!anyNode || !makeDescendant(*steps[i + 1])) continue;
             steps.erase(steps.begin() + static_cast<std::ptrdiff_t>(i));
         }
+    }
+
+    // Turns a child or attribute step, or a union of them, into its descendant form;
+    // false (and nothing changed) when that would change the result.
+    static bool makeDescendant(Expression& step) {
+        if (!canMakeDescendant(step)) return false;
+        if (auto* axisStep = dynamic_cast<AxisStep*>(&step)) {
+            axisStep->becomeDescendant();
+            return true;
+        }
+        auto& set = dynamic_cast<SetExpression&>(step);
+        return makeDescendant(set.mutableLeft()) && makeDescendant(set.mutableRight());
+    }
+
+    static bool canMakeDescendant(const Expression& step) {
+        if (const auto* axisStep = dynamic_cast<const AxisStep*>(&step)) {
+            return (axisStep->axis() == Axis::Child || axisStep->axis() == Axis::Attribute) &&
+                   !axisStep->predicates().anyPositional();
+        }
+        const auto* set = dynamic_cast<const SetExpression*>(&step);
+        return set && set->op() == SetOperator::Union && canMakeDescendant(set->left()) &&
+               canMakeDescendant(set->right());
     }
 
     // StepExpr ::= FilterExpr | AxisStep
@@ -532,12 +587,15 @@ private:
         if (accept(TokenKind::DotDot)) {
             axis = Axis::Parent;
         } else {
+            const bool explicitAxis = at(TokenKind::At) || (at(TokenKind::Name) && peekIs(TokenKind::DoubleColon));
             if (accept(TokenKind::At)) {
                 axis = Axis::Attribute;
-            } else if (at(TokenKind::Name) && peekIs(TokenKind::DoubleColon)) {
+            } else if (explicitAxis) {
                 axis = parseAxisName();
             }
             test = parseNodeTest(axis);
+            // Without an axis, an attribute test steps along the attribute axis.
+            if (!explicitAxis && !test.nameTest && test.kind == ItemTypeKind::Attribute) axis = Axis::Attribute;
         }
         PredicateList predicates = parsePredicates();
         return std::make_unique<AxisStep>(offset, axis, std::move(test), std::move(predicates));
@@ -547,7 +605,8 @@ private:
         const Token& name = advance();
         advance();  // ::
         if (name.text == "namespace") {
-            throw XPathError(ErrorCode::XPST0010, "the namespace axis is not supported");
+            throw XPathError(ErrorCode::XPST0010,
+                             "the namespace axis is not supported, at offset " + std::to_string(name.offset));
         }
         std::optional<Axis> axis = axisNamed(name.text);
         if (!axis) {
@@ -677,7 +736,8 @@ private:
                              (resolved.localName == "untyped" || resolved.localName == "anyType" ||
                               resolved.localName == "untypedAtomic" || resolved.localName == "anySimpleType");
         if (!untyped) {
-            throw XPathError(ErrorCode::XPST0051, "type '" + typeName.text + "' is not known without a schema");
+            throw XPathError(ErrorCode::XPST0051, "type '" + typeName.text + "' is not known without a schema, at offset " +
+                                                      std::to_string(typeName.offset));
         }
     }
 
@@ -741,7 +801,8 @@ private:
         default:
             break;
         }
-        throw XPathError(ErrorCode::XPST0003, "malformed number '" + token.text + "'");
+        throw XPathError(ErrorCode::XPST0003,
+                         "malformed number '" + token.text + "' at offset " + std::to_string(token.offset));
     }
 
     // VarRef ::= "$" VarName
@@ -851,7 +912,8 @@ private:
 
     std::vector<Token> tokens_;
     size_t pos_ = 0;
-    int depth_ = 0;
+    int depth_ = 0;      // nested parse functions
+    int treeDepth_ = 0;  // levels of the tree being built above the current token
     const StaticContext& context_;
     LocalScope& scope_;
 };

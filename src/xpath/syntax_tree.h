@@ -40,6 +40,8 @@ public:
     virtual bool yieldsNodesOnly() const { return false; }
     // True when the expression reads position() or last() of its focus.
     virtual bool usesPosition() const { return false; }
+    // True when the value has at least one item; paths stop at the first node found.
+    virtual bool isNonEmpty(DynamicContext& context) const { return !evaluate(context).empty(); }
 
     size_t offset() const { return offset_; }
 
@@ -216,7 +218,11 @@ public:
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override { return true; }
     bool usesPosition() const override { return left_->usesPosition() || right_->usesPosition(); }
+    bool isNonEmpty(DynamicContext& context) const override;
     SetOperator op() const { return op_; }
+    // The operands, for the parser's rewriting of //(a | b).
+    Expression& mutableLeft() { return *left_; }
+    Expression& mutableRight() { return *right_; }
     const Expression& left() const { return *left_; }
     const Expression& right() const { return *right_; }
 
@@ -364,6 +370,9 @@ enum class Axis {
     PrecedingSibling,
     Preceding,
     AncestorOrSelf,
+    // Not written in expressions: descendant-or-self::node()/attribute::N, made one step
+    // by the parser so that a search of a whole document is one index lookup.
+    DescendantOrSelfAttribute,
 };
 
 bool isReverseAxis(Axis axis);
@@ -405,9 +414,13 @@ public:
     Axis axis() const { return axis_; }
     const NodeTest& test() const { return test_; }
     const PredicateList& predicates() const { return predicates_; }
-    // Rewrites descendant-or-self::node()/child::X into descendant::X where the
-    // predicates cannot tell the difference.
-    void becomeDescendant() { axis_ = Axis::Descendant; }
+    bool isNonEmpty(DynamicContext& context) const override;
+    // True when the step from `origin` selects at least one node.
+    bool selectsAny(DynamicContext& context, const xmlNode* origin) const;
+    // Rewrites descendant-or-self::node()/child::X into descendant::X, and
+    // descendant-or-self::node()/attribute::X into the one step that selects the same,
+    // where the predicates cannot tell the difference.
+    void becomeDescendant() { axis_ = axis_ == Axis::Attribute ? Axis::DescendantOrSelfAttribute : Axis::Descendant; }
 
 private:
     Axis axis_;
@@ -440,14 +453,17 @@ public:
 // E1/E2/...: each step evaluated once per node of the previous result.
 class PathExpression final : public Expression {
 public:
-    PathExpression(size_t offset, ExpressionList steps) : Expression(offset), steps_(std::move(steps)) {}
+    PathExpression(size_t offset, ExpressionList steps);
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override;
+    bool isNonEmpty(DynamicContext& context) const override;
     bool usesPosition() const override { return steps_.front()->usesPosition(); }
+    static Sequence applyStep(DynamicContext& context, const Expression& step, const Sequence& current);
     const ExpressionList& steps() const { return steps_; }
 
 private:
     ExpressionList steps_;
+    bool indexSearchable_ = false;  // see indexed_search.h
 };
 
 // ---- Node construction (bodies of rule-set functions) -----------------------------
