@@ -31,21 +31,40 @@ size_t lineStart(const std::string& text, int64_t line) {
     return offset;
 }
 
-// The column (1-based, in bytes) of "<name" on the line, skipping the start tags of
-// elements of the same name that precede the node on that line.
+const xmlNode* previousElementSibling(const xmlNode* node) {
+    const xmlNode* sibling = node->prev;
+    while (sibling && sibling->type != XML_ELEMENT_NODE) sibling = sibling->prev;
+    return sibling;
+}
+
+const xmlNode* lastElementChild(const xmlNode* node) {
+    const xmlNode* child = node->last;
+    while (child && child->type != XML_ELEMENT_NODE) child = child->prev;
+    return child;
+}
+
+// The element whose start tag comes before `element`'s: the last element of the
+// previous sibling's subtree, else the parent; null before the root element.
+const xmlNode* previousElement(const xmlNode* element) {
+    const xmlNode* previous = previousElementSibling(element);
+    if (!previous) return element->parent && element->parent->type == XML_ELEMENT_NODE ? element->parent : nullptr;
+    while (const xmlNode* last = lastElementChild(previous)) previous = last;
+    return previous;
+}
+
+// The column (1-based, in bytes) of "<name" on the line. Start tags come in document
+// order, so the elements of the same name whose start tags precede this one on the
+// line (siblings, ancestors and their descendants alike) say which occurrence it is.
 int64_t startTagColumn(const xmlNode* element, const std::string& source, int64_t line) {
     const size_t start = lineStart(source, line);
     if (start == std::string::npos) return 0;
     const size_t end = std::min(source.find('\n', start), source.size());
-    const std::string tag = "<" + xpath::qualifiedNameOf(element);
+    const std::string name = xpath::qualifiedNameOf(element);
+    const std::string tag = "<" + name;
     int64_t skip = 0;
-    for (const xmlNode* other = xpath::treeParent(element) ? element : nullptr; other;) {
-        // Count earlier elements of the same name on the same line, in document order.
-        const xmlNode* previous = other->prev;
-        while (previous && previous->type != XML_ELEMENT_NODE) previous = previous->prev;
-        if (!previous || xmlGetLineNo(previous) != line) break;
-        if (xpath::qualifiedNameOf(previous) == xpath::qualifiedNameOf(element)) ++skip;
-        other = previous;
+    for (const xmlNode* other = previousElement(element); other && xmlGetLineNo(other) == line;
+         other = previousElement(other)) {
+        if (xpath::qualifiedNameOf(other) == name) ++skip;
     }
     for (size_t at = source.find(tag, start); at != std::string::npos && at < end; at = source.find(tag, at + 1)) {
         const char next = at + tag.size() < source.size() ? source[at + tag.size()] : '>';
