@@ -46,7 +46,7 @@ bool acceptsItem(const Expression& predicate, DynamicContext& context) {
 
 // A literal integer predicate ([1], [3]) picks one item without evaluating anything.
 std::optional<int64_t> literalPosition(const Expression& predicate) {
-    const auto* literal = dynamic_cast<const LiteralExpression*>(&predicate);
+    const auto* literal = expressionAs<LiteralExpression>(predicate);
     if (!literal || !isIntegerType(literal->value().type())) return std::nullopt;
     return literal->value().decimalValue().toInt64();
 }
@@ -143,11 +143,10 @@ void PredicateList::apply(DynamicContext& context, Sequence& items) const {
     }
 }
 
-bool PredicateList::anyPositional() const {
+PredicateList::PredicateList(ExpressionList predicates) : predicates_(std::move(predicates)) {
     for (const ExpressionPtr& predicate : predicates_) {
-        if (!(predicate->yieldsBoolean() || predicate->yieldsNodesOnly()) || predicate->usesPosition()) return true;
+        if (!(predicate->yieldsBoolean() || predicate->yieldsNodesOnly()) || predicate->usesPosition()) anyPositional_ = true;
     }
-    return false;
 }
 
 bool PredicateList::acceptsAlone(DynamicContext& context, const Item& item) const {
@@ -282,7 +281,7 @@ bool PathExpression::isNonEmpty(DynamicContext& context) const {
     if (indexSearchable_) {
         if (std::optional<Sequence> found = searchByIndex(*this, context, true)) return !found->empty();
     }
-    const auto* last = dynamic_cast<const AxisStep*>(steps_.back().get());
+    const auto* last = expressionAs<AxisStep>(*steps_.back());
     if (!last) return !evaluate(context).empty();
     Sequence origins = steps_.front()->evaluate(context);
     for (size_t index = 1; index + 1 < steps_.size(); ++index) origins = applyStep(context, *steps_[index], origins);
@@ -308,7 +307,7 @@ Sequence PathExpression::evaluate(DynamicContext& context) const {
 // E1/E2 for one step: E2 evaluated with each node of E1 as context; nodes come out in
 // document order without duplicates, atomic values in the order made.
 Sequence PathExpression::applyStep(DynamicContext& context, const Expression& step, const Sequence& current) {
-    const auto* axisStep = dynamic_cast<const AxisStep*>(&step);
+    const auto* axisStep = expressionAs<AxisStep>(step);
     Sequence next;
     bool sawNode = false;
     bool sawAtomic = false;

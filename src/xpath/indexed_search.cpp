@@ -10,7 +10,7 @@ namespace quillmark::xpath {
 namespace {
 
 const AxisStep* namedLastStep(const PathExpression& path) {
-    const auto* last = dynamic_cast<const AxisStep*>(path.steps().back().get());
+    const auto* last = expressionAs<AxisStep>(*path.steps().back());
     if (!last || !last->test().nameTest || !last->test().localName) return nullptr;
     switch (last->axis()) {
     case Axis::Child:
@@ -33,7 +33,7 @@ const AxisStep* namedLastStep(const PathExpression& path) {
 }
 
 bool startsAtRoot(const PathExpression& path) {
-    return dynamic_cast<const RootExpression*>(path.steps().front().get()) != nullptr;
+    return expressionAs<RootExpression>(*path.steps().front()) != nullptr;
 }
 
 }  // namespace

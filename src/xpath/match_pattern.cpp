@@ -13,7 +13,7 @@ Item itemOf(const xmlNode* node) { return Item(xml::Node(const_cast<xmlNode*>(no
 // ---- Keys -----------------------------------------------------------------------------
 
 void collectKeys(const Expression& expression, std::vector<MatchKey>& keys) {
-    if (const auto* step = dynamic_cast<const AxisStep*>(&expression)) {
+    if (const auto* step = expressionAs<AxisStep>(expression)) {
         const NodeTest& test = step->test();
         switch (test.kind) {
         case ItemTypeKind::Element: keys.push_back({NodeKind::Element, test.localName}); return;
@@ -27,20 +27,20 @@ void collectKeys(const Expression& expression, std::vector<MatchKey>& keys) {
         case ItemTypeKind::Atomic: keys.push_back({std::nullopt, std::nullopt}); return;
         }
     }
-    if (dynamic_cast<const RootExpression*>(&expression)) {
+    if (expressionAs<RootExpression>(expression)) {
         keys.push_back({NodeKind::Document, std::nullopt});
         return;
     }
-    if (const auto* set = dynamic_cast<const SetExpression*>(&expression)) {
+    if (const auto* set = expressionAs<SetExpression>(expression)) {
         collectKeys(set->left(), keys);
         collectKeys(set->right(), keys);
         return;
     }
-    if (const auto* path = dynamic_cast<const PathExpression*>(&expression)) {
+    if (const auto* path = expressionAs<PathExpression>(expression)) {
         collectKeys(*path->steps().back(), keys);
         return;
     }
-    if (const auto* filter = dynamic_cast<const FilterExpression*>(&expression)) {
+    if (const auto* filter = expressionAs<FilterExpression>(expression)) {
         collectKeys(filter->primary(), keys);
         return;
     }
@@ -48,9 +48,9 @@ void collectKeys(const Expression& expression, std::vector<MatchKey>& keys) {
 }
 
 bool startsAtRoot(const Expression& expression) {
-    if (dynamic_cast<const RootExpression*>(&expression)) return true;
-    const auto* path = dynamic_cast<const PathExpression*>(&expression);
-    return path && dynamic_cast<const RootExpression*>(path->steps().front().get());
+    if (expressionAs<RootExpression>(expression)) return true;
+    const auto* path = expressionAs<PathExpression>(expression);
+    return path && expressionAs<RootExpression>(*path->steps().front());
 }
 
 }  // namespace

@@ -523,7 +523,7 @@ private:
     // the root of a document it is one lookup in the document's name index.
     static void simplifyDescendantSteps(ExpressionList& steps) {
         for (size_t i = 0; i + 1 < steps.size(); ++i) {
-            auto* first = dynamic_cast<AxisStep*>(steps[i].get());
+            auto* first = expressionAs<AxisStep>(*steps[i]);
             const bool anyNode = first && first->axis() == Axis::DescendantOrSelf && !first->test().nameTest &&
                                  first->test().kind == ItemTypeKind::AnyNode && first->predicates().empty();
             if (!anyNode || !makeDescendant(*steps[i + 1])) continue;
@@ -535,20 +535,20 @@ private:
     // false (and nothing changed) when that would change the result.
     static bool makeDescendant(Expression& step) {
         if (!canMakeDescendant(step)) return false;
-        if (auto* axisStep = dynamic_cast<AxisStep*>(&step)) {
+        if (auto* axisStep = expressionAs<AxisStep>(step)) {
             axisStep->becomeDescendant();
             return true;
         }
-        auto& set = dynamic_cast<SetExpression&>(step);
+        auto& set = *expressionAs<SetExpression>(step);
         return makeDescendant(set.mutableLeft()) && makeDescendant(set.mutableRight());
     }
 
     static bool canMakeDescendant(const Expression& step) {
-        if (const auto* axisStep = dynamic_cast<const AxisStep*>(&step)) {
+        if (const auto* axisStep = expressionAs<AxisStep>(step)) {
             return (axisStep->axis() == Axis::Child || axisStep->axis() == Axis::Attribute) &&
                    !axisStep->predicates().anyPositional();
         }
-        const auto* set = dynamic_cast<const SetExpression*>(&step);
+        const auto* set = expressionAs<SetExpression>(step);
         return set && set->op() == SetOperator::Union && canMakeDescendant(set->left()) &&
                canMakeDescendant(set->right());
     }

@@ -21,9 +21,13 @@
 
 namespace quillmark::xpath {
 
+// The kinds that the parser, the path evaluation and the matchers look at; every other
+// kind is Other.
+enum class ExpressionKind { Other, Literal, AxisStep, Root, Path, Set, Filter };
+
 class Expression {
 public:
-    explicit Expression(size_t offset) : offset_(offset) {}
+    explicit Expression(size_t offset, ExpressionKind kind = ExpressionKind::Other) : offset_(offset), kind_(kind) {}
     virtual ~Expression() = default;
     Expression(const Expression&) = delete;
     Expression& operator=(const Expression&) = delete;
@@ -44,10 +48,23 @@ public:
     virtual bool isNonEmpty(DynamicContext& context) const { return !evaluate(context).empty(); }
 
     size_t offset() const { return offset_; }
+    ExpressionKind kind() const { return kind_; }
 
 private:
     size_t offset_;
+    ExpressionKind kind_;
 };
+
+// The expression as the class of its kind, or null: a cheap dynamic_cast for the kinds
+// that have an ExpressionKind.
+template <typename T>
+const T* expressionAs(const Expression& expression) {
+    return expression.kind() == T::kKind ? static_cast<const T*>(&expression) : nullptr;
+}
+template <typename T>
+T* expressionAs(Expression& expression) {
+    return expression.kind() == T::kKind ? static_cast<T*>(&expression) : nullptr;
+}
 
 using ExpressionPtr = std::unique_ptr<Expression>;
 using ExpressionList = std::vector<ExpressionPtr>;
@@ -56,7 +73,8 @@ using ExpressionList = std::vector<ExpressionPtr>;
 
 class LiteralExpression final : public Expression {
 public:
-    LiteralExpression(size_t offset, AtomicValue value) : Expression(offset), value_(std::move(value)) {}
+    static constexpr ExpressionKind kKind = ExpressionKind::Literal;
+    LiteralExpression(size_t offset, AtomicValue value) : Expression(offset, kKind), value_(std::move(value)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsBoolean() const override { return value_.type() == AtomicType::Boolean; }
     const AtomicValue& value() const { return value_; }
@@ -213,8 +231,9 @@ enum class SetOperator { Union, Intersect, Except };
 
 class SetExpression final : public Expression {
 public:
+    static constexpr ExpressionKind kKind = ExpressionKind::Set;
     SetExpression(size_t offset, SetOperator op, ExpressionPtr left, ExpressionPtr right)
-        : Expression(offset), op_(op), left_(std::move(left)), right_(std::move(right)) {}
+        : Expression(offset, kKind), op_(op), left_(std::move(left)), right_(std::move(right)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override { return true; }
     bool usesPosition() const override { return left_->usesPosition() || right_->usesPosition(); }
@@ -389,24 +408,26 @@ struct NodeTest {
 class PredicateList {
 public:
     PredicateList() = default;
-    explicit PredicateList(ExpressionList predicates) : predicates_(std::move(predicates)) {}
+    explicit PredicateList(ExpressionList predicates);
     bool empty() const { return predicates_.empty(); }
     // Keeps the items of `items` (in the order given, which sets their positions) that
     // every predicate accepts.
     void apply(DynamicContext& context, Sequence& items) const;
-    bool anyPositional() const;  // some predicate may select by position
+    bool anyPositional() const { return anyPositional_; }  // some predicate may select by position
     // True when every predicate accepts `item` taken alone (for predicates that do not
     // select by position).
     bool acceptsAlone(DynamicContext& context, const Item& item) const;
 
 private:
     ExpressionList predicates_;
+    bool anyPositional_ = false;
 };
 
 class AxisStep final : public Expression {
 public:
+    static constexpr ExpressionKind kKind = ExpressionKind::AxisStep;
     AxisStep(size_t offset, Axis axis, NodeTest test, PredicateList predicates)
-        : Expression(offset), axis_(axis), test_(std::move(test)), predicates_(std::move(predicates)) {}
+        : Expression(offset, kKind), axis_(axis), test_(std::move(test)), predicates_(std::move(predicates)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override { return true; }
     // The step from one context node: nodes in document order.
@@ -430,8 +451,9 @@ private:
 
 class FilterExpression final : public Expression {
 public:
+    static constexpr ExpressionKind kKind = ExpressionKind::Filter;
     FilterExpression(size_t offset, ExpressionPtr primary, PredicateList predicates)
-        : Expression(offset), primary_(std::move(primary)), predicates_(std::move(predicates)) {}
+        : Expression(offset, kKind), primary_(std::move(primary)), predicates_(std::move(predicates)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool usesPosition() const override { return primary_->usesPosition(); }
     const Expression& primary() const { return *primary_; }
@@ -445,7 +467,8 @@ private:
 // "/" at the start of a path: the document node above the context node.
 class RootExpression final : public Expression {
 public:
-    using Expression::Expression;
+    static constexpr ExpressionKind kKind = ExpressionKind::Root;
+    explicit RootExpression(size_t offset) : Expression(offset, kKind) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override { return true; }
 };
@@ -453,6 +476,7 @@ public:
 // E1/E2/...: each step evaluated once per node of the previous result.
 class PathExpression final : public Expression {
 public:
+    static constexpr ExpressionKind kKind = ExpressionKind::Path;
     PathExpression(size_t offset, ExpressionList steps);
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsNodesOnly() const override;

@@ -35,33 +35,33 @@ bool matchableStep(const AxisStep& step) {
 }  // namespace
 
 bool isUpwardMatchable(const Expression& expression) {
-    if (const auto* step = dynamic_cast<const AxisStep*>(&expression)) return matchableStep(*step);
-    if (dynamic_cast<const RootExpression*>(&expression)) return true;
-    if (const auto* set = dynamic_cast<const SetExpression*>(&expression)) {
+    if (const auto* step = expressionAs<AxisStep>(expression)) return matchableStep(*step);
+    if (expressionAs<RootExpression>(expression)) return true;
+    if (const auto* set = expressionAs<SetExpression>(expression)) {
         return set->op() == SetOperator::Union && isUpwardMatchable(set->left()) && isUpwardMatchable(set->right());
     }
-    if (const auto* path = dynamic_cast<const PathExpression*>(&expression)) {
+    if (const auto* path = expressionAs<PathExpression>(expression)) {
         for (const ExpressionPtr& step : path->steps()) {
             if (!isUpwardMatchable(*step)) return false;
         }
         return true;
     }
-    if (const auto* filter = dynamic_cast<const FilterExpression*>(&expression)) {
+    if (const auto* filter = expressionAs<FilterExpression>(expression)) {
         return !filter->predicates().anyPositional() && isUpwardMatchable(filter->primary());
     }
     return false;
 }
 
 bool UpwardMatcher::match(const Expression& expression, const xmlNode* node, const OriginTest& origin) {
-    if (const auto* step = dynamic_cast<const AxisStep*>(&expression)) return matchStep(*step, node, origin);
-    if (dynamic_cast<const RootExpression*>(&expression)) return nodeKind(node) == NodeKind::Document;
-    if (const auto* set = dynamic_cast<const SetExpression*>(&expression)) {
+    if (const auto* step = expressionAs<AxisStep>(expression)) return matchStep(*step, node, origin);
+    if (expressionAs<RootExpression>(expression)) return nodeKind(node) == NodeKind::Document;
+    if (const auto* set = expressionAs<SetExpression>(expression)) {
         return match(set->left(), node, origin) || match(set->right(), node, origin);
     }
-    if (const auto* path = dynamic_cast<const PathExpression*>(&expression)) {
+    if (const auto* path = expressionAs<PathExpression>(expression)) {
         return matchSteps(path->steps(), path->steps().size() - 1, node, origin);
     }
-    const auto& filter = dynamic_cast<const FilterExpression&>(expression);
+    const auto& filter = *expressionAs<FilterExpression>(expression);
     return match(filter.primary(), node, origin) && filter.predicates().acceptsAlone(context_, itemOf(node));
 }
 
