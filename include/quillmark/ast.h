@@ -4,6 +4,7 @@
 // dump prints "(null)" for them and evaluation yields absent.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,9 @@ public:
     static std::string indentStringForLevel(int64_t level);
     virtual std::string descriptionWithIndent(int64_t level) const;
     std::string description() const { return descriptionWithIndent(0); }
+    // Calls `visit` with each child that is present, in evaluation order.
+    using ChildVisitor = std::function<void(const QMXPExprNode& child)>;
+    virtual void forEachChild(const ChildVisitor& visit) const;
 };
 
 // A constant: a double, a string, an empty sequence (the parser's fallback after a
@@ -42,6 +46,7 @@ public:
     QMXPExprNodeList items;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPVariableNode : public QMXPExprNode {
@@ -58,6 +63,7 @@ public:
     int64_t op = 0;  // a token type, 15..27
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPUnaryOpNode : public QMXPExprNode {
@@ -66,6 +72,7 @@ public:
     int64_t op = 0;  // 23 negates
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPFunctionCallNode : public QMXPExprNode {
@@ -74,6 +81,7 @@ public:
     QMXPExprNodeList arguments;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // A location path kept as XPath 1.0 text with the prefixes as written.
@@ -91,6 +99,7 @@ public:
     QMXPExprNodePtr elseExpr;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // One predicate applied to a set of items: either the nodes of `basePath` (with
@@ -108,6 +117,7 @@ public:
     QMXPExprNodePtr nextStep;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPQuantifiedExprNode : public QMXPExprNode {
@@ -118,6 +128,7 @@ public:
     QMXPExprNodePtr satisfiesExpr;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPForExprNode : public QMXPExprNode {
@@ -127,6 +138,7 @@ public:
     QMXPExprNodePtr returnExpr;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // A path whose last step is not a plain name step: with `functionName`, the function
@@ -139,6 +151,7 @@ public:
     QMXPExprNodeList functionArgs;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // An explicit axis step from the context node: "ancestor", "parent" or "self".
@@ -149,6 +162,7 @@ public:
     QMXPExprNodeList predicates;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
+    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 }  // namespace quillmark

@@ -3,12 +3,19 @@
 // serves one validation run on one thread: it holds the namespace map, the variables,
 // the schema's functions, the context node and item, the parse cursor and the trace.
 // It never reports errors: bad input yields fixed fallback values.
+//
+// The one exception is its evaluation budget: all work of an evaluator is charged to
+// one budget (EvaluationBudget, made from defaultEvaluationLimits()). Once the budget is
+// exhausted the evaluation under way ends early, every later evaluation yields absent
+// at once, and evaluationStopped() tells the caller that the values it got mean
+// nothing.
 
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -16,11 +23,20 @@
 
 #include "quillmark/ast.h"
 #include "quillmark/error.h"
+#include "quillmark/evaluation_budget.h"
 #include "quillmark/token.h"
 #include "quillmark/value.h"
 #include "quillmark/xml.h"
 
 namespace quillmark {
+
+namespace xml {
+class ElementIndex;
+}
+
+// Code of the error (domain kXPath2EvaluatorDomain) of an evaluation that was stopped
+// because its budget was exhausted.
+inline constexpr int64_t kEvaluationStoppedCode = 2;
 
 // A function defined by a rule set.
 struct QMXPCustomFunction {
@@ -28,6 +44,20 @@ struct QMXPCustomFunction {
     std::string bodyExpression;
     // Local variables in order, each with the keys "name" and "select".
     std::vector<std::map<std::string, std::string>> variables;
+};
+
+// What the value of an expression can depend on besides the context node, read from its
+// parsed tree (QMXPath2Evaluator::expressionFacts).
+struct ExpressionFacts {
+    std::set<std::string> variablesRead;    // names without "$"
+    bool readsVariablesInPathText = false;  // a "$" inside a path text
+    bool bindsVariables = false;            // for, some, every (they leave variables set)
+    bool callsRuleSetFunctions = false;     // their bodies may read any variable
+    // True when, for a given context node, the value and the effects of evaluating the
+    // expression change only with the variables in variablesRead.
+    bool dependsOnlyOnVariablesRead() const {
+        return !readsVariablesInPathText && !bindsVariables && !callsRuleSetFunctions;
+    }
 };
 
 class QMXPath2Evaluator {
@@ -110,6 +140,11 @@ public:
     bool parseEvaluatedContext() const { return _parseEvaluatedContext; }
     void noteParseEvaluatedContext() { _parseEvaluatedContext = true; }
 
+    // Facts about an expression this evaluator has evaluated before; nullopt when its
+    // tree was not kept (its parse evaluated paths against the context node or logged a
+    // line, so only evaluating it again has the same effects).
+    std::optional<ExpressionFacts> expressionFacts(const std::string& expression) const;
+
     // ---- Paths ----
     Value evaluatePath(const std::string& path);
     Value evaluateAbsolutePath(const std::string& path);
@@ -117,6 +152,11 @@ public:
     Sequence filterNodes(const Sequence& items, const QMXPExprNode* predicate);
     // XPath 1.0 selection from a node through this evaluator's engine and caches.
     std::vector<xml::Node> nodesForXPath(xml::Node context, const std::string& xpath, bool* failed = nullptr);
+    // Promises that the document `node` belongs to does not change while this evaluator
+    // evaluates in it (the validation run promises it for its document); a null node
+    // withdraws the promise. Paths that begin with "//NAME" then start from an index of
+    // the document's elements instead of visiting every node of the document.
+    void setUnchangingDocument(xml::Node node);
 
     // ---- Functions ----
     void registerFunction(const std::string& name, std::vector<std::string> parameters, std::string body,
@@ -125,6 +165,17 @@ public:
     const std::map<std::string, QMXPCustomFunction>& customFunctions() const { return _customFunctions; }
     // Nesting limit for calls of rule-set functions; deeper calls yield absent.
     static constexpr int kMaxFunctionDepth = 256;
+
+    // ---- Evaluation budget ----
+    // Starts a fresh budget with these limits.
+    void setEvaluationLimits(const EvaluationLimits& limits) { _budget.restart(limits); }
+    const EvaluationBudget& budget() const { return _budget; }
+    // Counts work; false once the budget is exhausted (loops then stop early).
+    bool chargeSteps(uint64_t steps = 1) { return _budget.charge(steps); }
+    bool evaluationStopped() const { return _budget.exhausted(); }
+    // Why evaluation stopped (domain kXPath2EvaluatorDomain, code kEvaluationStoppedCode);
+    // an unset error while the budget lasts.
+    Error stopError() const;
 
     // ---- Trace ----
     bool traceEnabled() const { return _traceEnabled; }
@@ -137,6 +188,8 @@ public:
 
 private:
     Value callCustomFunction(const QMXPCustomFunction& function, const Sequence& arguments);
+    // nodesForXPath through the element index; false when the index does not apply.
+    bool selectFromIndex(xml::Node context, const std::string& xpath, std::vector<xml::Node>& into, bool* failed);
     std::shared_ptr<const QMXPExprNode> parseForEvaluation(const std::string& expression);
 
     NamespaceMap _namespaces;
@@ -153,11 +206,13 @@ private:
 
     bool _parseEvaluatedContext = false;
     int _functionDepth = 0;
+    EvaluationBudget _budget;
     // Work that cannot change a result: parsed trees of context-free expressions,
     // prefix rewrites, compiled XPath texts.
     std::unordered_map<std::string, std::shared_ptr<const QMXPExprNode>> _treeCache;
     mutable std::unordered_map<std::string, std::string> _rewriteCache;
     std::unique_ptr<xml::XPathEngine> _xpath;
+    std::unique_ptr<xml::ElementIndex> _elementIndex;
 };
 
 }  // namespace quillmark

@@ -6,8 +6,15 @@
 // Every match operation runs under a time limit, so that a pattern with catastrophic
 // backtracking cannot hang a validation: when the limit is hit the operation behaves as
 // if nothing matched and one line is logged.
+//
+// While an evaluation budget is current on the calling thread (EvaluationBudget::Scope),
+// matching is charged to it and stops when it runs out, and an operation that is cut
+// short (by the budget, its own time limit or the backtracking stack) stops the budget
+// instead of logging: the evaluator then ends with an error, never with "no match".
+// The value such an operation returns means nothing.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -49,8 +56,15 @@ public:
     // whole text as the only piece when that leaves nothing.
     std::vector<std::string> split(std::string_view text) const;
 
-    // Limit of one match operation, in ICU match-engine steps (roughly milliseconds).
+    // Limit of one match operation, in ICU match-engine steps (roughly milliseconds):
+    // kTimeLimitSteps, and one more per kCodeUnitsPerExtraStep of the text searched, so
+    // that a long text can be scanned to its end while a short one cannot keep a
+    // backtracking pattern busy for long.
     static constexpr int kTimeLimitSteps = 300;
+    static constexpr int kCodeUnitsPerExtraStep = 256;
+    static int32_t timeLimitFor(int32_t textCodeUnits) {
+        return kTimeLimitSteps + textCodeUnits / kCodeUnitsPerExtraStep;
+    }
 
 private:
     struct Impl;

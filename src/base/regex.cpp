@@ -7,6 +7,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "quillmark/evaluation_budget.h"
 #include "quillmark/log.h"
 #include "quillmark/unicode.h"
 
@@ -38,8 +39,26 @@ struct PreparedText {
     }
 };
 
-// Runs of the match engine that end abnormally: logged once per operation.
+// Steps charged to an evaluation budget per tick of the match engine (ICU calls back
+// every ten thousand or so of its own steps, which are far cheaper than an evaluator's).
+constexpr uint64_t kStepsPerMatchTick = 256;
+
+UBool U_CALLCONV continueMatching(const void* context, int32_t /*ticks*/) {
+    auto* budget = static_cast<EvaluationBudget*>(const_cast<void*>(context));
+    return budget->charge(kStepsPerMatchTick);
+}
+
+// Runs of the match engine that end abnormally. Under an evaluation budget a match cut
+// short stops the budget, so that the evaluation ends with an error rather than "no
+// match" (a budget that ran out during the match has stopped already); without a budget
+// the operation counts as no match and one line is logged.
 bool reportAbort(const std::string& pattern, UErrorCode status) {
+    if (EvaluationBudget* budget = EvaluationBudget::current()) {
+        if (status == U_REGEX_TIME_OUT || status == U_REGEX_STACK_OVERFLOW) {
+            budget->stopFor(EvaluationStop::RegexLimit, pattern);
+        }
+        return budget->exhausted();
+    }
     if (status == U_REGEX_TIME_OUT) {
         log("Regular expression exceeded its time limit, treated as no match: " + pattern);
         return true;
@@ -51,14 +70,18 @@ bool reportAbort(const std::string& pattern, UErrorCode status) {
     return false;
 }
 
-// A matcher over `input` with the time limit set; null when ICU cannot make one.
+// A matcher over `input` with the time limit set, charging the thread's evaluation
+// budget if there is one; null when ICU cannot make one or the budget is exhausted.
 std::unique_ptr<icu::RegexMatcher> makeMatcher(const icu::RegexPattern& compiled, const icu::UnicodeString& input) {
+    EvaluationBudget* budget = EvaluationBudget::current();
+    if (budget && budget->exhausted()) return nullptr;
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::RegexMatcher> matcher(compiled.matcher(input, status));
     if (U_FAILURE(status) || !matcher) {
         return nullptr;
     }
-    matcher->setTimeLimit(Regex::kTimeLimitSteps, status);
+    matcher->setTimeLimit(Regex::timeLimitFor(input.length()), status);
+    if (budget) matcher->setMatchCallback(continueMatching, budget, status);
     if (U_FAILURE(status)) {
         return nullptr;
     }

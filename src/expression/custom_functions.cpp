@@ -21,6 +21,7 @@ void QMXPath2Evaluator::registerFunction(const std::string& name, std::vector<st
 }
 
 Value QMXPath2Evaluator::evaluateFunction(const std::string& name, const Sequence& arguments) {
+    if (!chargeSteps()) return Value::absent();
     if (auto custom = _customFunctions.find(name); custom != _customFunctions.end()) {
         return callCustomFunction(custom->second, arguments);
     }

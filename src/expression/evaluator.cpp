@@ -3,6 +3,7 @@
 #include "quillmark/evaluator.h"
 
 #include "quillmark/log.h"
+#include "xml/element_index.h"
 
 namespace quillmark {
 
@@ -35,7 +36,9 @@ std::shared_ptr<const QMXPExprNode> QMXPath2Evaluator::parseForEvaluation(const 
 }
 
 Value QMXPath2Evaluator::evaluate(const std::string& expression, xml::Node contextNode, Error* /*error*/) {
+    EvaluationBudget::Scope charged(_budget);
     _contextNode = contextNode;
+    if (!chargeSteps()) return Value::absent();
     auto root = parseForEvaluation(expression);
     if (!root) return Value::absent();
     return root->evaluateWithContext(*this);
@@ -81,7 +84,21 @@ Sequence QMXPath2Evaluator::evaluateArguments(const QMXPExprNodeList& nodes) {
 }
 
 std::vector<xml::Node> QMXPath2Evaluator::nodesForXPath(xml::Node context, const std::string& xpath, bool* failed) {
-    return _xpath->select(context, xpath, failed);
+    if (!chargeSteps()) {
+        if (failed) *failed = true;
+        return {};
+    }
+    std::vector<xml::Node> nodes;
+    if (!selectFromIndex(context, xpath, nodes, failed)) nodes = _xpath->select(context, xpath, failed);
+    chargeSteps(nodes.size());
+    return nodes;
+}
+
+Error QMXPath2Evaluator::stopError() const {
+    Error error;
+    if (!_budget.exhausted()) return error;
+    setError(&error, kXPath2EvaluatorDomain, kEvaluationStoppedCode, "Evaluation stopped: " + _budget.stopDescription());
+    return error;
 }
 
 }  // namespace quillmark

@@ -49,7 +49,8 @@ Value QMXPQuantifiedExprNode::evaluateWithContext(QMXPath2Evaluator& evaluator) 
         evaluator.traceExit(label, exhausted);
         return exhausted;
     }
-    for (size_t i = 0; i < items.size(); ++i) {
+    // An exhausted budget ends the loop; the caller discards what comes out.
+    for (size_t i = 0; i < items.size() && evaluator.chargeSteps(); ++i) {
         const Value bound = quantifiedBinding(items[i]);
         if (tracing) evaluator.addTrace(iterationLine(i + 1, variableName, bound));
         evaluator.setVariable(variableName, bound);
@@ -86,7 +87,7 @@ Value QMXPForExprNode::evaluateWithContext(QMXPath2Evaluator& evaluator) const {
 
     const std::map<std::string, Value> snapshot = evaluator.getVariables();
     Sequence results;
-    for (size_t i = 0; i < items.size(); ++i) {
+    for (size_t i = 0; i < items.size() && evaluator.chargeSteps(); ++i) {
         if (tracing) evaluator.addTrace(iterationLine(i + 1, variableName, items[i]));
         evaluator.setVariable(variableName, items[i]);
         evaluator.addTrace("Evaluating 'return' expression...");

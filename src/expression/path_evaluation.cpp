@@ -75,7 +75,7 @@ Sequence QMXPath2Evaluator::filterNodes(const Sequence& items, const QMXPExprNod
     const int64_t savedSize = _contextSize;
     _contextSize = static_cast<int64_t>(items.size());
     Sequence kept;
-    for (size_t index = 0; index < items.size(); ++index) {
+    for (size_t index = 0; index < items.size() && chargeSteps(); ++index) {
         const Value& item = items[index];
         xml::Node savedNode = _contextNode;
         Value savedItem = std::move(_contextItem);
@@ -100,6 +100,7 @@ template <typename Step>
 Sequence spliceFromEachNode(QMXPath2Evaluator& evaluator, const Sequence& items, Step&& step) {
     Sequence collected;
     for (const Value& item : items) {
+        if (!evaluator.chargeSteps()) break;
         if (!item.isNode()) continue;
         QMXPath2Evaluator::flattenIntoArray(collected, evaluator.withContextNode(item.asNode(), step));
     }
@@ -122,6 +123,7 @@ Value QMXPFilteredPathNode::evaluateWithContext(QMXPath2Evaluator& evaluator) co
     // A function step keeps one item per node and unwraps a single result.
     Sequence results;
     for (const Value& item : current) {
+        if (!evaluator.chargeSteps()) break;
         if (!item.isNode()) continue;
         Value result = evaluator.withContextNode(item.asNode(), [&] {
             return evaluator.evaluateFunction(*functionName, evaluator.evaluateArguments(functionArgs));

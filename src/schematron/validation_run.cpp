@@ -4,6 +4,7 @@
 
 #include <unicode/unistr.h>
 
+#include <map>
 
 #include "quillmark/log.h"
 #include "quillmark/schematron_validator.h"
@@ -52,6 +53,45 @@ std::vector<xml::Node> nodesOf(const Value& value) {
     return nodes;
 }
 
+// The global variables as the run sets them again before every node. A let whose value
+// cannot have changed since the start (it reads nothing but earlier such lets, binds
+// no variables, calls no rule-set function, and its tree was kept) gets its first value
+// back; the others are evaluated again.
+class GlobalLets {
+public:
+    explicit GlobalLets(const std::vector<SchematronLet>& lets) : lets_(lets), settled_(lets.size()) {}
+
+    // After the lets were first evaluated: remembers the values that cannot change.
+    void settle(const QMXPath2Evaluator& evaluator) {
+        std::map<std::string, bool> lastSetIsSettled;  // by name, as the lets go in order
+        for (size_t i = 0; i < lets_.size(); ++i) {
+            const std::string name = lets_[i].name.value_or("");
+            const bool settled = isSettled(evaluator, lets_[i], lastSetIsSettled);
+            if (settled) settled_[i] = evaluator.getVariables().contains(name) ? evaluator.getVariable(name) : Value();
+            lastSetIsSettled[name] = settled;
+        }
+    }
+
+    const std::vector<SchematronLet>& lets() const { return lets_; }
+    // The value of let `index` when it cannot have changed.
+    const std::optional<Value>& settledValue(size_t index) const { return settled_[index]; }
+
+private:
+    static bool isSettled(const QMXPath2Evaluator& evaluator, const SchematronLet& let,
+                          const std::map<std::string, bool>& lastSetIsSettled) {
+        std::optional<ExpressionFacts> facts = evaluator.expressionFacts(let.value.value_or(""));
+        if (!facts || !facts->dependsOnlyOnVariablesRead()) return false;
+        for (const std::string& variable : facts->variablesRead) {
+            auto earlier = lastSetIsSettled.find(variable);
+            if (earlier == lastSetIsSettled.end() || !earlier->second) return false;
+        }
+        return true;
+    }
+
+    const std::vector<SchematronLet>& lets_;
+    std::vector<std::optional<Value>> settled_;
+};
+
 class ValidationRun {
 public:
     ValidationRun(QMSchematronValidator& validator, const xml::Document& document, const SchematronSchema& schema,
@@ -61,7 +101,10 @@ public:
           schema_(schema),
           evaluator_(schema.namespaces),
           error_(error),
-          nationalCIUS_(isNationalCIUS(QMSchematronValidator::documentCustomizationID(document))) {}
+          nationalCIUS_(isNationalCIUS(QMSchematronValidator::documentCustomizationID(document))),
+          globalLets_(schema.lets) {
+        evaluator_.setUnchangingDocument(document_);  // nothing edits the document during a run
+    }
 
     QMValidationResult run() {
         for (const SchematronFunction& function : schema_.functions) {
@@ -69,16 +112,25 @@ public:
                                         function.variables);
         }
         setGlobalLets(/*logErrors=*/true);
-        for (const SchematronPattern& pattern : schema_.patterns) runPattern(pattern);
+        globalLets_.settle(evaluator_);
+        for (const SchematronPattern& pattern : schema_.patterns) {
+            if (stopped()) break;
+            runPattern(pattern);
+        }
 
         QMValidationResult result;
-        result.valid = errors_.empty();
+        result.valid = errors_.empty() && !stopped();
         result.errors = std::move(errors_);
         result.warnings = std::move(warnings_);
         return result;
     }
 
+    // Why the run ended early: its evaluation budget was used up. Unset otherwise.
+    Error stopError() const { return evaluator_.stopError(); }
+
 private:
+    bool stopped() const { return evaluator_.evaluationStopped(); }
+
     // Sets one let evaluated against `context`; false (and the error's text) when the
     // evaluator reported an error, in which case the variable is left as it was.
     bool setLet(const SchematronLet& let, xml::Node context, std::string& reported) {
@@ -91,7 +143,12 @@ private:
     // The global variables are set at the start and restored before every matched node,
     // silently then.
     void setGlobalLets(bool logErrors) {
-        for (const SchematronLet& let : schema_.lets) {
+        for (size_t i = 0; i < globalLets_.lets().size() && !stopped(); ++i) {
+            const SchematronLet& let = globalLets_.lets()[i];
+            if (const std::optional<Value>& settled = globalLets_.settledValue(i)) {
+                evaluator_.setVariable(let.name.value_or(""), *settled);
+                continue;
+            }
             std::string reported;
             if (!setLet(let, document_, reported) && logErrors) {
                 log("Error evaluating global let '" + orNull(let.name) + "' = '" + orNull(let.value) +
@@ -109,20 +166,41 @@ private:
                     "': " + reported);
             }
         }
-        for (const SchematronRule& rule : pattern.rules) runRule(pattern, rule);
+        for (const SchematronRule& rule : pattern.rules) {
+            if (stopped()) return;
+            runRule(pattern, rule);
+        }
     }
 
     // Every rule applies to every node its context selects, even nodes that an earlier
     // rule of the same pattern matched. A rule without a context matches nothing.
     void runRule(const SchematronPattern& pattern, const SchematronRule& rule) {
         if (rule.abstract || !rule.context) return;
-        Value selected = evaluator_.evaluate(absoluteContext(*rule.context), document_, error_);
+        std::optional<std::vector<xml::Node>> nodes = contextNodes(*rule.context);
+        if (!nodes) return;
+        for (xml::Node node : *nodes) {
+            if (stopped()) return;
+            runNode(pattern, rule, node);
+        }
+    }
+
+    // The nodes a rule context selects; nullopt when the evaluator reported an error. A
+    // context whose value depends on no variable is evaluated once per run.
+    std::optional<std::vector<xml::Node>> contextNodes(const std::string& context) {
+        const std::string text = absoluteContext(context);
+        if (auto known = contexts_.find(text); known != contexts_.end()) return known->second;
+        Value selected = evaluator_.evaluate(text, document_, error_);
         std::string reported;
         if (takeReportedError(error_, reported)) {
-            log("Error evaluating context '" + *rule.context + "': " + reported);
-            return;
+            log("Error evaluating context '" + context + "': " + reported);
+            return std::nullopt;
         }
-        for (xml::Node node : nodesOf(selected)) runNode(pattern, rule, node);
+        std::vector<xml::Node> nodes = nodesOf(selected);
+        std::optional<ExpressionFacts> facts = evaluator_.expressionFacts(text);
+        if (facts && facts->dependsOnlyOnVariablesRead() && facts->variablesRead.empty() && !stopped()) {
+            contexts_.emplace(text, nodes);
+        }
+        return nodes;
     }
 
     void runNode(const SchematronPattern& pattern, const SchematronRule& rule, xml::Node node) {
@@ -133,7 +211,10 @@ private:
                 log("Error evaluating let '" + orNull(let.name) + "' = '" + orNull(let.value) + "': " + reported);
             }
         }
-        for (const SchematronAssertion& assertion : rule.assertions) runAssertion(pattern, rule, assertion, node);
+        for (const SchematronAssertion& assertion : rule.assertions) {
+            if (stopped()) return;
+            runAssertion(pattern, rule, assertion, node);
+        }
     }
 
     void runAssertion(const SchematronPattern& pattern, const SchematronRule& rule,
@@ -144,10 +225,12 @@ private:
             log("Error evaluating test '" + orNull(assertion.test) + "': " + reported);
             return;
         }
+        if (stopped()) return;  // the value means nothing
         const bool truth = QMSchematronValidator::toBoolean(outcome);
         const bool fires = assertion.type == "assert" ? !truth : truth;
         if (!fires) return;
-        file(makeIssue(pattern, rule, assertion, node));
+        QMValidationError issue = makeIssue(pattern, rule, assertion, node);
+        if (!stopped()) file(std::move(issue));
     }
 
     QMValidationError makeIssue(const SchematronPattern& pattern, const SchematronRule& rule,
@@ -187,15 +270,32 @@ private:
     QMXPath2Evaluator evaluator_;
     Error* error_;
     bool nationalCIUS_;
+    GlobalLets globalLets_;
+    std::map<std::string, std::vector<xml::Node>> contexts_;  // by context text
     std::vector<QMValidationError> errors_;
     std::vector<QMValidationError> warnings_;
 };
 
+// Runs the schema over the document. A run whose evaluation budget was used up ends
+// early with a result that is not valid; `stop` then says why (and is logged).
+QMValidationResult runValidation(QMSchematronValidator& validator, const xml::Document& document,
+                                 const SchematronSchema& schema, Error* error, Error& stop) {
+    ValidationRun run(validator, document, schema, error);
+    QMValidationResult result = run.run();
+    stop = run.stopError();
+    if (stop.isSet()) log("Validation stopped: " + stop.message());
+    return result;
+}
+
 }  // namespace
 
+// The error slot receives the reason when the run was stopped.
 QMValidationResult QMSchematronValidator::validateDocument(const xml::Document& document,
                                                            const SchematronSchema& schema, Error* error) {
-    return ValidationRun(*this, document, schema, error).run();
+    Error stop;
+    QMValidationResult result = runValidation(*this, document, schema, error, stop);
+    if (stop.isSet() && error) *error = stop;
+    return result;
 }
 
 namespace {
@@ -207,7 +307,11 @@ std::optional<QMValidationResult> validateXMLWithLoadedSchema(QMSchematronValida
     if (!schema) return std::nullopt;
     auto document = xml::Document::parse(xml, error);
     if (!document) return std::nullopt;
-    return validator.validateDocument(*document, *schema, error);
+    Error stop;
+    QMValidationResult result = runValidation(validator, *document, *schema, error, stop);
+    if (!stop.isSet()) return result;
+    if (error) *error = stop;
+    return std::nullopt;  // a run that was stopped validated nothing
 }
 
 }  // namespace

@@ -3,10 +3,13 @@
 #include <libxml/xpath.h>
 #include <libxml/xpathInternals.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <optional>
 #include <unordered_map>
 
+#include "quillmark/evaluation_budget.h"
 #include "quillmark/xml.h"
 #include "xml/libxml_support.h"
 #include "xml/parse_errors.h"
@@ -64,6 +67,46 @@ void numberElementsInDocumentOrder(xmlDoc* doc) {
     if (!root || reinterpret_cast<ptrdiff_t>(root->content) < 0) return;
     xmlXPathOrderDocElems(doc);
 }
+
+// libxml2 counts the operations of an evaluation (steps of its program and nodes its
+// axes visit) and gives up past a limit. Under an evaluation budget the limit is what is
+// left of it: its steps, and its time at no more operations per millisecond than
+// libxml2 manages; the operations done are charged to the budget.
+constexpr unsigned long kOperationsPerStep = 16;
+constexpr unsigned long kOperationsPerMillisecond = 50'000;
+
+class OperationLimit {
+public:
+    explicit OperationLimit(xmlXPathContext* context) : context_(context), budget_(EvaluationBudget::current()) {
+        context_->opCount = 0;
+        context_->opLimit = 0;
+        if (!budget_) return;
+        const uint64_t bySteps = std::min<uint64_t>(budget_->stepsLeft(), ULONG_MAX / kOperationsPerStep);
+        const auto milliseconds = static_cast<uint64_t>(std::max<int64_t>(budget_->timeLeft().count(), 0));
+        const uint64_t byTime = std::min<uint64_t>(milliseconds, ULONG_MAX / kOperationsPerMillisecond);
+        stepsFirst_ = bySteps * kOperationsPerStep <= byTime * kOperationsPerMillisecond;
+        context_->opLimit = std::max<unsigned long>(
+            1, std::min(bySteps * kOperationsPerStep, byTime * kOperationsPerMillisecond));
+    }
+    ~OperationLimit() { context_->opLimit = 0; }
+    OperationLimit(const OperationLimit&) = delete;
+    OperationLimit& operator=(const OperationLimit&) = delete;
+
+    bool exhausted() const { return budget_ && budget_->exhausted(); }
+
+    // Charges the operations done; a limit that was reached stops the budget.
+    void finish() {
+        if (!budget_) return;
+        budget_->charge(context_->opCount / kOperationsPerStep);
+        if (context_->opCount < context_->opLimit) return;
+        budget_->stopFor(stepsFirst_ ? EvaluationStop::StepLimit : EvaluationStop::TimeLimit);
+    }
+
+private:
+    xmlXPathContext* context_;
+    EvaluationBudget* budget_;
+    bool stepsFirst_ = true;
+};
 
 }  // namespace
 
@@ -135,9 +178,11 @@ struct XPathEngine::Impl {
         context->namespaces = namespaces.empty() ? nullptr : namespaces.data();
         context->nsNr = static_cast<int>(namespaces.size());
         xmlXPathObject* result = nullptr;
-        {
+        OperationLimit limit(context);
+        if (!limit.exhausted()) {
             detail::GenericErrorSilencer silencer;
             result = xmlXPathCompiledEval(entry.expression, context);
+            limit.finish();
         }
         context->namespaces = nullptr;
         context->nsNr = 0;

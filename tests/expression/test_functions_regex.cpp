@@ -1,9 +1,9 @@
-// Regular-expression functions: the tags of their results, the fallbacks for missing
-// arguments and for patterns that do not compile, and the time limit on runaway
-// patterns. The matching itself is the regular-expression wrapper's.
+// Regular-expression functions: the tags of their results and the fallbacks for missing
+// arguments and for patterns that do not compile. The matching itself is the
+// regular-expression wrapper's; runaway patterns are the evaluation budget's
+// (test_evaluation_budget.cpp).
 
 #include "expression_test_support.h"
-#include "quillmark/log.h"
 
 namespace quillmark::testing {
 namespace {
@@ -39,15 +39,6 @@ TEST_F(RegexFunctions, Replace) {
         {"replace(2.5, '5')", "double 2.5"},  // the first argument itself, not converted
         {"replace(2.5)", "double 2.5"}, {"replace()", "string \"\""},
     });
-}
-
-TEST_F(RegexFunctions, RunawayPatternsGiveUpWithTheNoMatchResult) {
-    const std::string text = "'" + std::string(48, 'a') + "b'";
-    ScopedLogCapture capture;
-    EXPECT_EQ(typedEval("matches(" + text + ", '(a+)+$')"), "integer 0");
-    EXPECT_EQ(typedEval("count(tokenize(" + text + ", '(a+)+$'))"), "integer 1");
-    EXPECT_EQ(typedEval("string-length(replace(" + text + ", '(a+)+$', ''))"), "integer 49");
-    EXPECT_EQ(capture.lines().size(), 3u);
 }
 
 }  // namespace

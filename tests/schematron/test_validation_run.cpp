@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "quillmark/log.h"
 #include "quillmark/schematron_validator.h"
 #include "support/schematron_test_support.h"
@@ -256,6 +258,103 @@ TEST(ReportedErrorTest, IsLoggedClearedAndTheRunGoesOn) {
         EXPECT_FALSE(error.isSet());
         EXPECT_EQ(log.lines(), Lines{expectedLine});
         EXPECT_EQ(ids(result.errors), Lines{"after"});
+    }
+}
+
+// Global variables whose value cannot change are not evaluated again, but every global
+// variable is still set again before each node, and those that read variables of rules
+// or bind variables are evaluated again.
+TEST_F(ValidationRunTest, GlobalVariablesAreSetAgainBeforeEveryNode) {
+    auto result = run(kUBLInvoice, schemaText(R"~(
+      <let name="constant" value="count(//cac:Item)"/>
+      <let name="lagging" value="concat('after ', $ruleLet)"/>
+      <let name="leaky" value="some $x in (1, 2) satisfies false()"/>
+      <pattern id="p"><rule context="cac:Item">
+        <let name="constant" value="'overridden'"/><let name="ruleLet" value="cbc:Name"/><let name="x" value="'rule'"/>
+        <report id="R" test="true()"><value-of select="$lagging"/>|<value-of select="$constant"/></report>
+      </rule></pattern>
+      <pattern id="q"><rule context="cbc:ID">
+        <report id="Q" test="true()"><value-of select="$constant"/>|<value-of select="$x"/>|<value-of
+          select="$lagging"/></report>
+      </rule></pattern>)~"));
+    EXPECT_EQ(issueLines(result.warnings, [](const auto& i) { return i.assertionId + ":" + i.message; }),
+              (Lines{"R:after 0|overridden", "R:after first|overridden", "R:after second|overridden",
+                     "Q:3|2|after third"}));
+}
+
+// A rule context is evaluated once per run when nothing it reads can change; contexts
+// that read variables are evaluated for every rule.
+TEST_F(ValidationRunTest, ContextsThatReadVariablesAreEvaluatedForEveryRule) {
+    auto result = run(kUBLInvoice, schemaText(R"~(
+      <pattern id="one"><let name="wanted" value="'first'"/>
+        <rule context="cac:Item[cbc:Name = $wanted]"><assert id="A" test="false()"/></rule>
+        <rule context="cac:Item"><assert id="B" test="false()"/></rule></pattern>
+      <pattern id="two"><let name="wanted" value="'third'"/>
+        <rule context="cac:Item[cbc:Name = $wanted]"><assert id="C" test="false()"/></rule>
+        <rule context="cac:Item"><assert id="D" test="position() = 0"/></rule></pattern>)~"));
+    EXPECT_EQ(issueLines(result.errors, [](const auto& i) { return i.assertionId + " " + i.location; }),
+              (Lines{"A /Invoice[1]/cac:Item[1]", "B /Invoice[1]/cac:Item[1]", "B /Invoice[1]/cac:Item[2]",
+                     "B /Invoice[1]/cac:Item[3]", "C /Invoice[1]/cac:Item[3]", "D /Invoice[1]/cac:Item[1]",
+                     "D /Invoice[1]/cac:Item[2]", "D /Invoice[1]/cac:Item[3]"}));
+}
+
+// Restores the default evaluation limits when it goes.
+class ScopedDefaultLimits {
+public:
+    explicit ScopedDefaultLimits(const EvaluationLimits& limits) : saved_(defaultEvaluationLimits()) {
+        setDefaultEvaluationLimits(limits);
+    }
+    ~ScopedDefaultLimits() { setDefaultEvaluationLimits(saved_); }
+
+private:
+    EvaluationLimits saved_;
+};
+
+// A run whose evaluation budget is used up stops: the result is not valid, later rules
+// do not run, the error slot says why, and one line is logged.
+TEST(StoppedRunTest, ARunawayRuleSetEndsTheRunWithAnError) {
+    using namespace std::chrono_literals;
+    std::string items = "<r>";
+    for (int i = 0; i < 2000; ++i) items += "<s>" + std::string(16, 'a') + "b</s>";
+    items += "</r>";
+    const std::string later = "<pattern id='later'><rule context='/'><assert id='L' test='false()'/></rule></pattern>";
+    const std::pair<std::string, std::string> cases[] = {
+        // A function that calls itself twice, until the steps run out.
+        {testing::schematronText(R"~(<function xmlns="http://www.w3.org/1999/XSL/Transform" name="f">
+           <param name="x"/><sequence select="f($x) + f($x)"/></function>
+           <pattern id="p"><rule context="/"><assert id="F" test="f(1) = 0"/></rule></pattern>)~" + later),
+         "Evaluation stopped: the limit of 1000000 steps was reached"},
+        // Two thousand slow matches, until the time runs out.
+        {testing::schematronText("<pattern id='p'><rule context='s'><assert id='M' test=\"not(matches(., '(a+)+$'))\"/>"
+                                 "</rule></pattern>" + later),
+         "Evaluation stopped: the time limit of 0.5 s was reached"},
+        // One match that backtracks without end.
+        {testing::schematronText("<pattern id='p'><rule context='/'><assert id='B' test=\"matches('" +
+                                 std::string(40, 'a') + "b', '(a+)+$')\"/></rule></pattern>" + later),
+         "Evaluation stopped: the regular expression '(a+)+$' exceeded the time or depth allowed for one match"},
+    };
+    ScopedDefaultLimits limits({.maxSteps = 1'000'000, .maxTime = 500ms});
+    QMSchematronValidator validator;
+    auto document = parseXML(items);
+    for (const auto& [schemaText, reason] : cases) {
+        SCOPED_TRACE(reason);
+        auto schema = validator.parseSchema(schemaText, nullptr);
+        ASSERT_TRUE(schema);
+        Error error;
+        ScopedLogCapture log;
+        auto result = validator.validateDocument(*document, *schema, &error);
+        EXPECT_FALSE(result.valid);
+        EXPECT_EQ(ids(result.errors), Lines{});  // neither the stopped rule nor the later one
+        EXPECT_EQ(error.domain, kXPath2EvaluatorDomain);
+        EXPECT_EQ(error.code, kEvaluationStoppedCode);
+        EXPECT_EQ(error.message(), reason);
+        ASSERT_FALSE(log.lines().empty());
+        EXPECT_EQ(log.lines().back(), "Validation stopped: " + reason);
+
+        // Validating text gives no result at all: nothing was validated.
+        error.clear();
+        EXPECT_FALSE(validator.validateXMLWithSchema(items, schemaText, &error));
+        EXPECT_EQ(error.message(), reason);
     }
 }
 
