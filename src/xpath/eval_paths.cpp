@@ -270,7 +270,8 @@ Sequence RootExpression::evaluate(DynamicContext& context) const {
     return Sequence{itemOf(root)};
 }
 
-PathExpression::PathExpression(size_t offset, ExpressionList steps) : Expression(offset), steps_(std::move(steps)) {
+PathExpression::PathExpression(size_t offset, ExpressionList steps)
+    : Expression(offset, kKind), steps_(std::move(steps)) {
     indexSearchable_ = isIndexSearchable(*this);
 }
 
