@@ -4,7 +4,6 @@
 // dump prints "(null)" for them and evaluation yields absent.
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,9 +26,6 @@ public:
     static std::string indentStringForLevel(int64_t level);
     virtual std::string descriptionWithIndent(int64_t level) const;
     std::string description() const { return descriptionWithIndent(0); }
-    // Calls `visit` with each child that is present, in evaluation order.
-    using ChildVisitor = std::function<void(const QMXPExprNode& child)>;
-    virtual void forEachChild(const ChildVisitor& visit) const;
 };
 
 // A constant: a double, a string, an empty sequence (the parser's fallback after a
@@ -46,7 +42,6 @@ public:
     QMXPExprNodeList items;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPVariableNode : public QMXPExprNode {
@@ -63,7 +58,6 @@ public:
     int64_t op = 0;  // a token type, 15..27
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPUnaryOpNode : public QMXPExprNode {
@@ -72,7 +66,6 @@ public:
     int64_t op = 0;  // 23 negates
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPFunctionCallNode : public QMXPExprNode {
@@ -81,7 +74,6 @@ public:
     QMXPExprNodeList arguments;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // A location path kept as XPath 1.0 text with the prefixes as written.
@@ -99,7 +91,6 @@ public:
     QMXPExprNodePtr elseExpr;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // One predicate applied to a set of items: either the nodes of `basePath` (with
@@ -117,7 +108,6 @@ public:
     QMXPExprNodePtr nextStep;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPQuantifiedExprNode : public QMXPExprNode {
@@ -128,7 +118,6 @@ public:
     QMXPExprNodePtr satisfiesExpr;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 class QMXPForExprNode : public QMXPExprNode {
@@ -138,7 +127,6 @@ public:
     QMXPExprNodePtr returnExpr;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // A path whose last step is not a plain name step: with `functionName`, the function
@@ -151,7 +139,6 @@ public:
     QMXPExprNodeList functionArgs;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 // An explicit axis step from the context node: "ancestor", "parent" or "self".
@@ -162,7 +149,6 @@ public:
     QMXPExprNodeList predicates;
     Value evaluateWithContext(QMXPath2Evaluator& evaluator) const override;
     std::string descriptionWithIndent(int64_t level) const override;
-    void forEachChild(const ChildVisitor& visit) const override;
 };
 
 }  // namespace quillmark

@@ -81,7 +81,8 @@ bool deepEqualNodes(const xmlNode* a, const xmlNode* b, DynamicContext& context)
     case NodeKind::Document: return equalChildren(a, b, context);
     case NodeKind::Element: return sameName(a, b) && equalAttributes(a, b) && equalChildren(a, b, context);
     case NodeKind::Attribute: return sameName(a, b) && stringValueOf(a) == stringValueOf(b);
-    case NodeKind::ProcessingInstruction: return localNameOf(a) == localNameOf(b) && stringValueOf(a) == stringValueOf(b);
+    case NodeKind::ProcessingInstruction:
+        return localNameOf(a) == localNameOf(b) && stringValueOf(a) == stringValueOf(b);
     case NodeKind::Text:
     case NodeKind::Comment: return stringValueOf(a) == stringValueOf(b);
     case NodeKind::Other: return a == b;

@@ -11,6 +11,7 @@
 #include "xpath/collation.h"
 #include "xpath/function_registration.h"
 #include "xpath/numeric_helpers.h"
+#include "xpath/numeric_promotion.h"
 
 namespace quillmark::xpath {
 namespace {
@@ -45,8 +46,8 @@ AtomicValue total(DynamicContext& context, const Sequence& values, std::string_v
         context.budget().charge();
         const AtomicValue value = untypedAsDouble(values[index].atomic());
         if (totalKindOf(value, function) != kind) {
-            invalidArgument(function, "cannot add a value of type " + atomicTypeName(value.type()) + " to one of type " +
-                                          atomicTypeName(result.type()));
+            invalidArgument(function, "cannot add a value of type " + atomicTypeName(value.type()) +
+                                          " to one of type " + atomicTypeName(result.type()));
         }
         result = applyArithmetic(result, ArithmeticOperator::Add, value, context.operators());
     }
@@ -66,12 +67,20 @@ Sequence sum(DynamicContext& context, Arguments& arguments) {
 }
 
 // The total divided by the count: decimal division for decimals and integers (avg((1, 2, 2))
-// is 1.666666666666666667), the duration divided by a number for durations.
+// is 1.666666666666666667), `div` for yearMonthDurations. A dayTimeDuration total is
+// divided exactly, the nanoseconds truncated, so that the average of P1DT2H, PT22H and
+// P1D is P1D (the `div` operator goes through a double factor and misses it by 1ns).
 Sequence avg(DynamicContext& context, Arguments& arguments) {
     const Sequence& values = arguments[0];
     if (values.empty()) return {};
+    const AtomicValue sum = total(context, values, "avg");
+    if (sum.type() == AtomicType::DayTimeDuration) {
+        DurationValue average = sum.durationValue();
+        average.nanoseconds /= static_cast<__int128>(values.size());
+        return single(AtomicValue::fromDuration(average));
+    }
     const AtomicValue count = AtomicValue::fromInteger(static_cast<int64_t>(values.size()));
-    return single(applyArithmetic(total(context, values, "avg"), ArithmeticOperator::Divide, count, context.operators()));
+    return single(applyArithmetic(sum, ArithmeticOperator::Divide, count, context.operators()));
 }
 
 // --- min and max -------------------------------------------------------------------------
@@ -91,14 +100,16 @@ std::optional<OrderFamily> orderFamilyOf(AtomicType type) {
     return std::nullopt;  // no order: xs:duration, xs:QName, the gregorian and binary types
 }
 
-// Rank of a numeric type in the promotion order integer < decimal < float < double.
-int promotionRank(AtomicType type) {
-    if (type == AtomicType::Double) return 3;
-    if (type == AtomicType::Float) return 2;
-    return isIntegerType(type) ? 0 : 1;
+// The type values of a numeric kind are promoted to.
+AtomicType promotedType(NumericKind kind) {
+    switch (kind) {
+    case NumericKind::Integer: return AtomicType::Integer;
+    case NumericKind::Decimal: return AtomicType::Decimal;
+    case NumericKind::Float: return AtomicType::Float;
+    case NumericKind::Double: return AtomicType::Double;
+    }
+    return AtomicType::Double;
 }
-
-constexpr AtomicType kTypeOfRank[] = {AtomicType::Integer, AtomicType::Decimal, AtomicType::Float, AtomicType::Double};
 
 // The values of a min/max argument, all promoted to their common type: untyped values
 // read as doubles, numbers promoted along integer < decimal < float < double, URIs
@@ -108,7 +119,7 @@ Sequence comparableValues(const Sequence& argument, std::string_view function) {
     Sequence values;
     values.reserve(argument.size());
     std::optional<OrderFamily> family;
-    int numericRank = 0;
+    NumericKind common = NumericKind::Integer;
     bool anyString = false;
     for (const Item& item : argument) {
         const AtomicValue value = untypedAsDouble(item.atomic());
@@ -120,14 +131,14 @@ Sequence comparableValues(const Sequence& argument, std::string_view function) {
                                           atomicTypeName(values.front().atomic().type()));
         }
         family = own;
-        if (*own == OrderFamily::Number) numericRank = std::max(numericRank, promotionRank(type));
+        if (*own == OrderFamily::Number) common = std::max(common, numericKindOf(type));
         anyString = anyString || derivesFrom(type, AtomicType::String);
         values.emplace_back(value);
     }
     for (Item& item : values) {
         const AtomicType type = item.atomic().type();
-        if (family == OrderFamily::Number && promotionRank(type) < numericRank) {
-            item = castAtomic(item.atomic(), kTypeOfRank[numericRank]);
+        if (family == OrderFamily::Number && numericKindOf(type) != common) {
+            item = castAtomic(item.atomic(), promotedType(common));
         }
         if (type == AtomicType::AnyURI && anyString) item = castAtomic(item.atomic(), AtomicType::String);
     }

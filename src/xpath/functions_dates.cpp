@@ -31,8 +31,9 @@ Sequence implicitTimezone(DynamicContext& context, Arguments&) {
 
 Sequence dateTime(DynamicContext&, Arguments& arguments) {
     if (arguments[0].empty() || arguments[1].empty()) return {};
-    return single(AtomicValue::fromTemporal(
-        combineDateAndTime(arguments[0].front().atomic().temporalValue(), arguments[1].front().atomic().temporalValue())));
+    const TemporalValue& date = arguments[0].front().atomic().temporalValue();
+    const TemporalValue& time = arguments[1].front().atomic().temporalValue();
+    return single(AtomicValue::fromTemporal(combineDateAndTime(date, time)));
 }
 
 // --- Component accessors -------------------------------------------------------------
@@ -41,7 +42,9 @@ Sequence integerOrEmpty(std::optional<int64_t> value) {
     return value ? single(AtomicValue::fromInteger(*value)) : Sequence{};
 }
 
-Sequence secondsAsDecimal(const std::string& text) { return single(AtomicValue::fromDecimal(*Decimal::parseDecimal(text))); }
+Sequence secondsAsDecimal(const std::string& text) {
+    return single(AtomicValue::fromDecimal(*Decimal::parseDecimal(text)));
+}
 
 const TemporalValue* temporalArgument(const Sequence& argument) {
     return argument.empty() ? nullptr : &argument.front().atomic().temporalValue();

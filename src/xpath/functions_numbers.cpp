@@ -107,7 +107,9 @@ Sequence roundHalfToEvenFunction(DynamicContext&, Arguments& arguments) {
     if (!value) return {};
     const int64_t precision = precisionArgument(arguments);
     const AtomicType type = value->type();
-    if (type == AtomicType::Double) return single(AtomicValue::fromDouble(roundHalfToEven(value->doubleValue(), precision)));
+    if (type == AtomicType::Double) {
+        return single(AtomicValue::fromDouble(roundHalfToEven(value->doubleValue(), precision)));
+    }
     if (type == AtomicType::Float) {
         return single(AtomicValue::fromFloat(static_cast<float>(roundHalfToEven(value->floatValue(), precision))));
     }
