@@ -46,18 +46,17 @@ struct QMXPCustomFunction {
     std::vector<std::map<std::string, std::string>> variables;
 };
 
-// What the value of an expression can depend on besides the context node, read from its
-// parsed tree (QMXPath2Evaluator::expressionFacts).
-struct ExpressionFacts {
-    std::set<std::string> variablesRead;    // names without "$"
-    bool readsVariablesInPathText = false;  // a "$" inside a path text
-    bool bindsVariables = false;            // for, some, every (they leave variables set)
-    bool callsRuleSetFunctions = false;     // their bodies may read any variable
-    // True when, for a given context node, the value and the effects of evaluating the
-    // expression change only with the variables in variablesRead.
-    bool dependsOnlyOnVariablesRead() const {
-        return !readsVariablesInPathText && !bindsVariables && !callsRuleSetFunctions;
-    }
+// What one evaluation depended on besides its context node and the document, noted
+// while it ran (QMXPath2Evaluator::evaluate with a record). Evaluation is deterministic:
+// from the same context node, with the same values of the variables it read, an
+// evaluation that bound no variable, called no rule-set function and logged nothing takes
+// the same course again and yields the same value.
+struct EvaluationRecord {
+    std::set<std::string> variablesRead;  // names without "$", set or not
+    bool boundVariables = false;          // for, some, every (they leave variables set)
+    bool calledRuleSetFunctions = false;  // their bodies bind parameters
+    bool logged = false;                  // a line that is due at every evaluation
+    bool dependsOnlyOnVariablesRead() const { return !boundVariables && !calledRuleSetFunctions && !logged; }
 };
 
 class QMXPath2Evaluator {
@@ -74,6 +73,8 @@ public:
     // (which stays set afterwards). Absent when nothing could be parsed. `error` is
     // never written.
     Value evaluate(const std::string& expression, xml::Node contextNode, Error* error = nullptr);
+    // The same, noting in `record` what the evaluation depended on.
+    Value evaluate(const std::string& expression, xml::Node contextNode, Error* error, EvaluationRecord& record);
     // The tree dump of `expression`; nullopt with the error "Failed to parse XPath
     // expression" (domain "XPath2Evaluator", code 1) when nothing could be parsed.
     std::optional<std::string> dumpAST(const std::string& expression, Error* error = nullptr);
@@ -140,11 +141,6 @@ public:
     bool parseEvaluatedContext() const { return _parseEvaluatedContext; }
     void noteParseEvaluatedContext() { _parseEvaluatedContext = true; }
 
-    // Facts about an expression this evaluator has evaluated before; nullopt when its
-    // tree was not kept (its parse evaluated paths against the context node or logged a
-    // line, so only evaluating it again has the same effects).
-    std::optional<ExpressionFacts> expressionFacts(const std::string& expression) const;
-
     // ---- Paths ----
     Value evaluatePath(const std::string& path);
     Value evaluateAbsolutePath(const std::string& path);
@@ -207,6 +203,7 @@ private:
     bool _parseEvaluatedContext = false;
     int _functionDepth = 0;
     EvaluationBudget _budget;
+    EvaluationRecord* _record = nullptr;  // while an evaluation is being recorded
     // Work that cannot change a result: parsed trees of context-free expressions,
     // prefix rewrites, compiled XPath texts.
     std::unordered_map<std::string, std::shared_ptr<const QMXPExprNode>> _treeCache;

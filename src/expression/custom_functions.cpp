@@ -45,6 +45,7 @@ Value QMXPath2Evaluator::callCustomFunction(const QMXPCustomFunction& function, 
         return Value::absent();
     }
 
+    if (_record) _record->calledRuleSetFunctions = true;
     ++_functionDepth;
     std::map<std::string, Value> saved = getVariables();
     const size_t bound = std::min(function.parameters.size(), arguments.size());

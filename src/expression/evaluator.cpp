@@ -2,6 +2,8 @@
 
 #include "quillmark/evaluator.h"
 
+#include <utility>
+
 #include "quillmark/log.h"
 #include "xml/element_index.h"
 
@@ -28,6 +30,7 @@ std::shared_ptr<const QMXPExprNode> QMXPath2Evaluator::parseForEvaluation(const 
     _parseEvaluatedContext = false;
     std::shared_ptr<const QMXPExprNode> root(parseUnionNode().release());
     if (!logged && !_parseEvaluatedContext) _treeCache.emplace(expression, root);
+    if (logged && _record) _record->logged = true;
 
     _tokens = std::move(savedTokens);
     _currentIndex = savedIndex;
@@ -44,6 +47,14 @@ Value QMXPath2Evaluator::evaluate(const std::string& expression, xml::Node conte
     return root->evaluateWithContext(*this);
 }
 
+Value QMXPath2Evaluator::evaluate(const std::string& expression, xml::Node contextNode, Error* error,
+                                  EvaluationRecord& record) {
+    EvaluationRecord* outer = std::exchange(_record, &record);
+    Value value = evaluate(expression, contextNode, error);
+    _record = outer;
+    return value;
+}
+
 std::optional<std::string> QMXPath2Evaluator::dumpAST(const std::string& expression, Error* error) {
     setTokens(quillmark::tokenize(expression));
     auto root = parseUnionNode();
@@ -55,6 +66,7 @@ std::optional<std::string> QMXPath2Evaluator::dumpAST(const std::string& express
 }
 
 void QMXPath2Evaluator::setVariable(const std::string& name, const Value& value) {
+    if (_record) _record->boundVariables = true;
     if (value.isAbsent()) {
         _variables.erase(name);
         return;
@@ -63,6 +75,7 @@ void QMXPath2Evaluator::setVariable(const std::string& name, const Value& value)
 }
 
 Value QMXPath2Evaluator::getVariable(const std::string& name) const {
+    if (_record) _record->variablesRead.insert(name);
     auto found = _variables.find(name);
     return found == _variables.end() ? Value::integer(0) : found->second;
 }

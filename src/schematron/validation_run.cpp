@@ -4,6 +4,7 @@
 
 #include <unicode/unistr.h>
 
+#include <algorithm>
 #include <map>
 
 #include "quillmark/log.h"
@@ -53,43 +54,39 @@ std::vector<xml::Node> nodesOf(const Value& value) {
     return nodes;
 }
 
-// The global variables as the run sets them again before every node. A let whose value
-// cannot have changed since the start (it reads nothing but earlier such lets, binds
-// no variables, calls no rule-set function, and its tree was kept) gets its first value
+// The global variables as the run sets them again before every node. A let whose first
+// evaluation depended on nothing that can change (no variables but earlier such lets; no
+// variables bound, no rule-set function called, nothing logged) gets its first value
 // back; the others are evaluated again.
 class GlobalLets {
 public:
     explicit GlobalLets(const std::vector<SchematronLet>& lets) : lets_(lets), settled_(lets.size()) {}
 
-    // After the lets were first evaluated: remembers the values that cannot change.
-    void settle(const QMXPath2Evaluator& evaluator) {
-        std::map<std::string, bool> lastSetIsSettled;  // by name, as the lets go in order
-        for (size_t i = 0; i < lets_.size(); ++i) {
-            const std::string name = lets_[i].name.value_or("");
-            const bool settled = isSettled(evaluator, lets_[i], lastSetIsSettled);
-            if (settled) settled_[i] = evaluator.getVariables().contains(name) ? evaluator.getVariable(name) : Value();
-            lastSetIsSettled[name] = settled;
-        }
-    }
-
     const std::vector<SchematronLet>& lets() const { return lets_; }
-    // The value of let `index` when it cannot have changed.
+    // The value of let `index` when it cannot change.
     const std::optional<Value>& settledValue(size_t index) const { return settled_[index]; }
 
+    // Let `index` was first evaluated to `value`, depending on what `record` noted.
+    void noteFirstValue(size_t index, const EvaluationRecord& record, const Value& value) {
+        const bool settled = record.dependsOnlyOnVariablesRead() &&
+                             std::all_of(record.variablesRead.begin(), record.variablesRead.end(),
+                                         [this](const std::string& name) { return lastSetIsSettled(name); });
+        if (settled) settled_[index] = value;
+        lastSet_[lets_[index].name.value_or("")] = settled;
+    }
+    // Let `index` could not be evaluated: its variable was left as it was.
+    void noteNoValue(size_t index) { lastSet_[lets_[index].name.value_or("")] = false; }
+
 private:
-    static bool isSettled(const QMXPath2Evaluator& evaluator, const SchematronLet& let,
-                          const std::map<std::string, bool>& lastSetIsSettled) {
-        std::optional<ExpressionFacts> facts = evaluator.expressionFacts(let.value.value_or(""));
-        if (!facts || !facts->dependsOnlyOnVariablesRead()) return false;
-        for (const std::string& variable : facts->variablesRead) {
-            auto earlier = lastSetIsSettled.find(variable);
-            if (earlier == lastSetIsSettled.end() || !earlier->second) return false;
-        }
-        return true;
+    // Whether the global let that last set the variable (so far, in order) is settled.
+    bool lastSetIsSettled(const std::string& name) const {
+        auto found = lastSet_.find(name);
+        return found != lastSet_.end() && found->second;
     }
 
     const std::vector<SchematronLet>& lets_;
     std::vector<std::optional<Value>> settled_;
+    std::map<std::string, bool> lastSet_;
 };
 
 class ValidationRun {
@@ -111,8 +108,7 @@ public:
             evaluator_.registerFunction(function.name, function.parameters, function.bodyExpression,
                                         function.variables);
         }
-        setGlobalLets(/*logErrors=*/true);
-        globalLets_.settle(evaluator_);
+        setGlobalLets();
         for (const SchematronPattern& pattern : schema_.patterns) {
             if (stopped()) break;
             runPattern(pattern);
@@ -140,9 +136,26 @@ private:
         return true;
     }
 
-    // The global variables are set at the start and restored before every matched node,
-    // silently then.
-    void setGlobalLets(bool logErrors) {
+    // The global variables are set at the start, noting which of them cannot change.
+    void setGlobalLets() {
+        for (size_t i = 0; i < globalLets_.lets().size() && !stopped(); ++i) {
+            const SchematronLet& let = globalLets_.lets()[i];
+            EvaluationRecord record;
+            Value value = evaluator_.evaluate(let.value.value_or(""), document_, error_, record);
+            std::string reported;
+            if (takeReportedError(error_, reported)) {
+                log("Error evaluating global let '" + orNull(let.name) + "' = '" + orNull(let.value) +
+                    "': " + reported);
+                globalLets_.noteNoValue(i);
+                continue;
+            }
+            evaluator_.setVariable(let.name.value_or(""), value);  // absent removes it
+            globalLets_.noteFirstValue(i, record, value);
+        }
+    }
+
+    // Before every matched node the global variables are set again, silently.
+    void restoreGlobalLets() {
         for (size_t i = 0; i < globalLets_.lets().size() && !stopped(); ++i) {
             const SchematronLet& let = globalLets_.lets()[i];
             if (const std::optional<Value>& settled = globalLets_.settledValue(i)) {
@@ -150,10 +163,7 @@ private:
                 continue;
             }
             std::string reported;
-            if (!setLet(let, document_, reported) && logErrors) {
-                log("Error evaluating global let '" + orNull(let.name) + "' = '" + orNull(let.value) +
-                    "': " + reported);
-            }
+            setLet(let, document_, reported);
         }
     }
 
@@ -189,22 +199,22 @@ private:
     std::optional<std::vector<xml::Node>> contextNodes(const std::string& context) {
         const std::string text = absoluteContext(context);
         if (auto known = contexts_.find(text); known != contexts_.end()) return known->second;
-        Value selected = evaluator_.evaluate(text, document_, error_);
+        EvaluationRecord record;
+        Value selected = evaluator_.evaluate(text, document_, error_, record);
         std::string reported;
         if (takeReportedError(error_, reported)) {
             log("Error evaluating context '" + context + "': " + reported);
             return std::nullopt;
         }
         std::vector<xml::Node> nodes = nodesOf(selected);
-        std::optional<ExpressionFacts> facts = evaluator_.expressionFacts(text);
-        if (facts && facts->dependsOnlyOnVariablesRead() && facts->variablesRead.empty() && !stopped()) {
+        if (record.dependsOnlyOnVariablesRead() && record.variablesRead.empty() && !stopped()) {
             contexts_.emplace(text, nodes);
         }
         return nodes;
     }
 
     void runNode(const SchematronPattern& pattern, const SchematronRule& rule, xml::Node node) {
-        setGlobalLets(/*logErrors=*/false);
+        restoreGlobalLets();
         for (const SchematronLet& let : rule.lets) {
             std::string reported;
             if (!setLet(let, node, reported)) {
@@ -319,12 +329,20 @@ std::optional<QMValidationResult> validateXMLWithLoadedSchema(QMSchematronValida
 std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithSchema(const std::string& xml,
                                                                                const std::string& schemaText,
                                                                                Error* error) {
+    if (_semantics == Semantics::Standard) return validateXMLWithStandardSchemaText(xml, schemaText, error);
     return validateXMLWithLoadedSchema(*this, parseSchema(schemaText, error), xml, error);
 }
 
 std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithSchemaFile(const std::string& xml,
                                                                                    const std::string& schemaPath,
                                                                                    Error* error) {
+    if (_semantics == Semantics::Standard) {
+        // The rule set is compiled before the document is parsed, as in the compatible profile.
+        if (!compiledRuleSet(schemaPath, error)) return std::nullopt;
+        auto document = xml::Document::parse(xml, error);
+        if (!document) return std::nullopt;
+        return validateDocumentWithSchemaFile(*document, schemaPath, error);
+    }
     return validateXMLWithLoadedSchema(*this, loadSchemaFile(schemaPath, error), xml, error);
 }
 

@@ -267,19 +267,21 @@ TEST(ReportedErrorTest, IsLoggedClearedAndTheRunGoesOn) {
 TEST_F(ValidationRunTest, GlobalVariablesAreSetAgainBeforeEveryNode) {
     auto result = run(kUBLInvoice, schemaText(R"~(
       <let name="constant" value="count(//cac:Item)"/>
+      <let name="parsed" value="/*/cbc:ID/substring(., 1, 3)"/>
       <let name="lagging" value="concat('after ', $ruleLet)"/>
       <let name="leaky" value="some $x in (1, 2) satisfies false()"/>
       <pattern id="p"><rule context="cac:Item">
-        <let name="constant" value="'overridden'"/><let name="ruleLet" value="cbc:Name"/><let name="x" value="'rule'"/>
+        <let name="constant" value="'overridden'"/><let name="parsed" value="'overridden'"/>
+        <let name="ruleLet" value="cbc:Name"/><let name="x" value="'rule'"/>
         <report id="R" test="true()"><value-of select="$lagging"/>|<value-of select="$constant"/></report>
       </rule></pattern>
       <pattern id="q"><rule context="cbc:ID">
-        <report id="Q" test="true()"><value-of select="$constant"/>|<value-of select="$x"/>|<value-of
-          select="$lagging"/></report>
+        <report id="Q" test="true()"><value-of select="$constant"/>|<value-of select="$parsed"/>|<value-of
+          select="$x"/>|<value-of select="$lagging"/></report>
       </rule></pattern>)~"));
     EXPECT_EQ(issueLines(result.warnings, [](const auto& i) { return i.assertionId + ":" + i.message; }),
               (Lines{"R:after 0|overridden", "R:after first|overridden", "R:after second|overridden",
-                     "Q:3|2|after third"}));
+                     "Q:3|INV|2|after third"}));
 }
 
 // A rule context is evaluated once per run when nothing it reads can change; contexts
