@@ -88,8 +88,8 @@ public:
     // entity is refused. Internal entities are replaced by their text while parsing, as
     // long as that text stays within ten times the input plus 1 MiB; beyond that the
     // document is refused. White-space text nodes are kept. On failure returns null and
-    // sets `error` (domain kXMLParserDomain) to libxml2's message (or the refusal) with
-    // its line and column.
+    // sets `error` (domain kXMLParserDomain) to libxml2's message with its line and
+    // column, or to the refusal with its line.
     static std::shared_ptr<Document> parse(std::string_view text, Error* error);
     // Reads the file (see readTextFile) and parses it; errors name the file.
     static std::shared_ptr<Document> parseFile(const std::string& path, Error* error);

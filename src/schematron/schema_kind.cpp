@@ -14,10 +14,6 @@ namespace {
 
 constexpr const char* kXSDNamespace = "http://www.w3.org/2001/XMLSchema";
 
-struct DocFree {
-    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
-};
-
 SchemaFileKind kindOfRoot(xmlNode* root) {
     if (!root || xml::detail::toString(root->name) != "schema" || !root->ns) return SchemaFileKind::Other;
     const std::string ns = xml::detail::toString(root->ns->href);
@@ -33,7 +29,7 @@ std::optional<SchemaFileKind> schemaFileKind(const std::string& path, Error* err
     if (!bytes) return std::nullopt;
     Error parseError;
     // XSD files may declare an encoding other than UTF-8; libxml2 reads the declaration.
-    std::unique_ptr<xmlDoc, DocFree> doc(
+    xml::detail::DocHandle doc(
         xml::detail::parseSafely(*bytes, path.c_str(), xml::detail::TextEncoding::Declared, &parseError));
     if (!doc) {
         if (error) {

@@ -17,6 +17,28 @@ int64_t& loadedWindowCount() {
     return count;
 }
 
+// An issue that the window makes up itself (no pattern, rule or assertion).
+QMValidationError windowIssue(std::string type, std::string role, std::string message, std::string location,
+                              std::string schemaTitle) {
+    QMValidationError issue;
+    issue.type = std::move(type);
+    issue.role = std::move(role);
+    issue.message = std::move(message);
+    issue.location = std::move(location);
+    issue.schemaTitle = std::move(schemaTitle);
+    return issue;
+}
+
+// A result of that one issue, as an error or as a warning.
+QMValidationResult resultOf(QMValidationError issue, bool isError) {
+    QMValidationResult result;
+    result.valid = !isError;
+    result.patterns.emplace();
+    result.schemaFiles.emplace();
+    (isError ? result.errors : result.warnings).push_back(std::move(issue));
+    return result;
+}
+
 }  // namespace
 
 int64_t QMXMLDocumentWindowController::windowCount() { return loadedWindowCount(); }
@@ -34,21 +56,10 @@ void QMXMLDocumentWindowController::updateStatusButton(QMStatusDotImage image, b
 }
 
 QMValidationResult QMXMLDocumentWindowController::schemaDetectionResult(const Error& error) {
-    QMValidationError notice;
-    notice.type = "info";
-    notice.role = "information";
-    notice.message = error.isSet() && !error.localizedDescription.empty()
-                         ? error.localizedDescription
-                         : ui::localizedString("validation.no_schemas");
-    notice.location = "/";
-    notice.schemaTitle = kSchemaDetectionTitle;
-
-    QMValidationResult result;
-    result.valid = true;
-    result.patterns.emplace();
-    result.schemaFiles.emplace();
-    result.warnings = {notice};
-    return result;
+    std::string message = error.isSet() && !error.localizedDescription.empty()
+                              ? error.localizedDescription
+                              : ui::localizedString("validation.no_schemas");
+    return resultOf(windowIssue("info", "information", std::move(message), "/", kSchemaDetectionTitle), false);
 }
 
 bool QMXMLDocumentWindowController::isSchemaDetectionResult(const QMValidationResult& result) {
@@ -57,32 +68,15 @@ bool QMXMLDocumentWindowController::isSchemaDetectionResult(const QMValidationRe
 }
 
 QMValidationResult QMXMLDocumentWindowController::notWellFormedResult(const Error& parseError) {
-    QMValidationError finding;
-    finding.type = "xml";
-    finding.role = "error";
-    finding.message = parseError.message();
-    finding.location = "";
-    finding.schemaTitle = kWellFormednessTitle;
-
-    QMValidationResult result;
-    result.valid = false;
-    result.patterns.emplace();
-    result.schemaFiles.emplace();
-    result.errors = {finding};
-    return result;
+    return resultOf(windowIssue("xml", "error", parseError.message(), "", kWellFormednessTitle), true);
 }
 
 std::vector<QMValidationError> QMXMLDocumentWindowController::schemaFailureIssues(
     const std::vector<SchemaFailure>& failures) {
     std::vector<QMValidationError> issues;
     for (const SchemaFailure& failure : failures) {
-        QMValidationError issue;
-        issue.type = "schema";
-        issue.role = "error";
-        issue.message = failure.error.message();
-        issue.location = "";
-        issue.schemaTitle = std::filesystem::path(failure.path).filename().string();
-        issues.push_back(std::move(issue));
+        issues.push_back(windowIssue("schema", "error", failure.error.message(), "",
+                                     std::filesystem::path(failure.path).filename().string()));
     }
     return issues;
 }

@@ -87,7 +87,6 @@ xmlParserInputPtr openInScope(ExternalResourceScope& scope, const char* url, xml
         auto found = scope.files_->find(canonicalFileKey(*path));
         if (found != scope.files_->end()) return inputFromMemory(found->second, requested.c_str(), context);
     }
-    scope.refused_.push_back(requested);
     return nullptr;
 }
 

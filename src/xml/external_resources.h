@@ -22,7 +22,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quillmark::xml::detail {
 
@@ -47,9 +46,6 @@ public:
     ExternalResourceScope(const ExternalResourceScope&) = delete;
     ExternalResourceScope& operator=(const ExternalResourceScope&) = delete;
 
-    // The URLs that were asked for and refused, in order.
-    const std::vector<std::string>& refused() const { return refused_; }
-
     // Sends the parser context's reports to this thread's innermost scope instead of
     // libxml2's global handlers.
     static void routeMessages(xmlParserCtxt* context);
@@ -60,7 +56,6 @@ private:
 
     const ResourceFiles* files_;
     LibxmlMessageSink sink_;
-    std::vector<std::string> refused_;
     ExternalResourceScope* outer_;
 };
 

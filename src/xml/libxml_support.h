@@ -27,6 +27,12 @@ struct XmlFree {
 };
 using XmlString = std::unique_ptr<xmlChar, XmlFree>;
 
+// Owns a libxml2 document tree.
+struct DocFree {
+    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
+};
+using DocHandle = std::unique_ptr<xmlDoc, DocFree>;
+
 // The element at which namespace scope is looked up for a node: the node itself for
 // elements, the owner element for attributes and text, the root element for the
 // document node (whose declarations a query from the top expects to use).

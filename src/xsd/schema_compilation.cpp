@@ -18,9 +18,6 @@ using xml::detail::ResourceFiles;
 
 constexpr const char* kXSDNamespace = "http://www.w3.org/2001/XMLSchema";
 
-struct DocFree {
-    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
-};
 struct ParserContextFree {
     void operator()(xmlSchemaParserCtxt* context) const { xmlSchemaFreeParserCtxt(context); }
 };
@@ -69,7 +66,7 @@ std::optional<ResourceFiles> readSchemaFiles(const std::string& path, std::strin
             failure = error.message();
             return std::nullopt;
         }
-        std::unique_ptr<xmlDoc, DocFree> doc(
+        xml::detail::DocHandle doc(
             xml::detail::parseSafely(*bytes, url.c_str(), xml::detail::TextEncoding::Declared, &error));
         if (!doc) {
             failure = *local + ": " + error.message();

@@ -27,6 +27,7 @@
 #include "quillmark/unicode.h"
 #include "quillmark/xml.h"
 #include "quillmark/xsd_validation.h"
+#include "xml/libxml_support.h"
 #include "xml/safe_parse.h"
 #include "xsd/schema_compilation.h"
 
@@ -51,10 +52,6 @@ namespace {
 using xsd::LibxmlReport;
 using xsd::ReportCollector;
 
-struct DocFree {
-    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
-};
-
 // Keeps libxml2's quotations of document content valid UTF-8.
 std::string validUtf8(const std::string& text) { return unicode::fromUtf16(unicode::toUtf16(text)); }
 
@@ -70,7 +67,7 @@ struct LibXMLRun {
 // locations (which libxml2 would do): the run ends with -1.
 LibXMLRun runLibXMLValidation(const std::string& bytes, const std::string& schemaPath) {
     LibXMLRun run;
-    std::unique_ptr<xmlDoc, DocFree> document(
+    xml::detail::DocHandle document(
         xml::detail::parseSafely(bytes, "", xml::detail::TextEncoding::Utf8, nullptr));
     if (!document) return run;
     run.documentParsed = true;
