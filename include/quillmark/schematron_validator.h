@@ -15,6 +15,7 @@
 #include "quillmark/error.h"
 #include "quillmark/evaluator.h"
 #include "quillmark/schematron_model.h"
+#include "quillmark/semantics.h"
 #include "quillmark/xml.h"
 
 namespace quillmark {
@@ -59,9 +60,39 @@ struct CatalogEntry {
     bool isXSD() const { return type && *type == "xsd"; }
 };
 
+namespace standard {
+class CompiledRuleSet;
+}
+
+// Errors of rule sets that the standard profile refuses (unreadable, an include cycle,
+// an expression that does not compile): code 1, the description names the file.
+inline constexpr const char* kRuleSetDomain = "QuillmarkRuleSet";
+
 class QMSchematronValidator {
 public:
     QMSchematronValidator();
+    ~QMSchematronValidator();
+    QMSchematronValidator(QMSchematronValidator&&) noexcept;
+    QMSchematronValidator& operator=(QMSchematronValidator&&) noexcept;
+
+    // ---- Profile ----
+    // How rule sets are read: Compatible (the default: the library's documented
+    // dialect) or Standard (XPath 2.0 and ISO Schematron as a standard XSLT 2.0
+    // processor runs them). Validation from files, automatic validation and the
+    // catalog follow it; validateDocument(document, schema) always runs the loaded
+    // model in the compatible profile.
+    Semantics semantics() const { return _semantics; }
+    void setSemantics(Semantics semantics) { _semantics = semantics; }
+    // The phase the standard profile runs: nullopt for each rule set's default phase,
+    // "#ALL" for every pattern, else a phase id.
+    const std::optional<std::string>& phase() const { return _phase; }
+    void setPhase(std::optional<std::string> phase);
+    // A rule-set file compiled for the standard profile, compiled once per validator
+    // and phase; null with `error` set (domain kRuleSetDomain) when it cannot be used.
+    std::shared_ptr<const standard::CompiledRuleSet> compiledRuleSet(const std::string& path, Error* error);
+    // Validates a parsed document with a rule-set file in the validator's profile.
+    std::optional<QMValidationResult> validateDocumentWithSchemaFile(const xml::Document& document,
+                                                                     const std::string& schemaPath, Error* error);
 
     // ---- Loader ----
     std::shared_ptr<SchematronSchema> parseSchema(const std::string& text, Error* error);
@@ -123,10 +154,15 @@ private:
     // Catalog keys that fit the document, from the matching cache when it has them
     // (`cached` says so), else computed and stored there.
     std::vector<std::string> matchingSchemaPaths(const xml::Document& document, bool* cached);
+    std::optional<QMValidationResult> validateXMLWithStandardSchemaText(const std::string& xml,
+                                                                        const std::string& schemaText, Error* error);
     // False when the directory cannot be listed.
     bool addSchemaDirectory(const std::string& directory, std::set<std::string>& visited);
 
     bool _isInitialized = true;
+    Semantics _semantics = Semantics::Compatible;
+    std::optional<std::string> _phase;
+    std::map<std::string, std::shared_ptr<const standard::CompiledRuleSet>> _compiledRuleSets;
     std::map<std::string, CatalogEntry> _schemaCatalog;
     std::map<std::string, std::vector<std::string>> _matchingCache;
 };
@@ -157,7 +193,13 @@ std::optional<SchemaFileKind> schemaFileKind(const std::string& path, Error* err
 
 // ---- Resources of the library ----
 // The library's resource directory (string tables and the like).
+// The library's resource directory (string tables and the like): QUILLMARK_RESOURCE_DIR
+// when set, else <prefix>/share/quillmark beside the installed library or tool, else
+// the source tree's resources/.
 std::string resourceDirectory();
+// The bundled rule sets and their scenarios: QUILLMARK_RULES_DIR when set, else
+// <prefix>/share/quillmark/rules when installed, else the source tree's rules/.
+std::string rulesDirectory();
 std::optional<std::string> pathForResource(const std::string& name, const std::optional<std::string>& type,
                                            const std::optional<std::string>& subdirectory);
 std::vector<std::string> pathsForResourcesOfType(const std::optional<std::string>& type,

@@ -32,14 +32,18 @@ const RuleFileRunner::Loaded& RuleFileRunner::load(const std::string& path) {
     return *entry->second;
 }
 
+std::string namingTheFile(const std::string& path, const std::string& reason) {
+    return reason.starts_with(path + ": ") ? reason : path + ": " + reason;
+}
+
 RuleFileRunner::Loaded RuleFileRunner::loadUncached(const std::string& path) {
     Error error;
     const std::optional<SchemaFileKind> kind = schemaFileKind(path, &error);
-    if (!kind) return Failed{error.message()};
+    if (!kind) return Failed{namingTheFile(path, error.message())};
     switch (*kind) {
     case SchemaFileKind::XSD: {
         std::shared_ptr<const CompiledXSD> xsd = CompiledXSD::load(path, &error);
-        if (!xsd) return Failed{error.message()};
+        if (!xsd) return Failed{namingTheFile(path, error.message())};
         return xsd;
     }
     case SchemaFileKind::Schematron:
@@ -47,32 +51,40 @@ RuleFileRunner::Loaded RuleFileRunner::loadUncached(const std::string& path) {
             try {
                 return standard::CompiledRuleSet::loadFile(path, loadOptions_);
             } catch (const standard::RuleSetError& failure) {
-                return Failed{failure.what()};
+                return Failed{namingTheFile(path, failure.what())};
             }
         } else {
             QMSchematronValidator validator;
             std::shared_ptr<SchematronSchema> schema = validator.loadSchemaFile(path, &error);
-            if (!schema || error) return Failed{path + ": " + (error ? error.message() : "cannot be loaded")};
+            if (!schema || error) return Failed{namingTheFile(path, error ? error.message() : "cannot be loaded")};
             return std::shared_ptr<const SchematronSchema>(schema);
         }
     case SchemaFileKind::Other: break;
     }
-    return Failed{path + ": neither a Schematron rule set nor an XML Schema"};
+    return Failed{namingTheFile(path, "neither a Schematron rule set nor an XML Schema (the root element is not a schema "
+                          "element of either)")};
 }
 
-void RuleFileRunner::runOne(const xml::Document& document, const std::string& path, FilesOutcome& into) {
+void RuleFileRunner::runOne(const xml::Document& document, const std::string& path, const std::string* source,
+                            FilesOutcome& into) {
     const Loaded& loaded = load(path);
     if (const auto* failed = std::get_if<Failed>(&loaded)) {
         into.failures.push_back(failed->message);
         return;
     }
     if (const auto* rules = std::get_if<std::shared_ptr<const standard::CompiledRuleSet>>(&loaded)) {
-        append(into.result, (*rules)->validate(document, runOptions_));
+        standard::RunOptions options = runOptions_;
+        options.source = source;
+        append(into.result, (*rules)->validate(document, options));
         return;
     }
     if (const auto* schema = std::get_if<std::shared_ptr<const SchematronSchema>>(&loaded)) {
         QMSchematronValidator validator;
-        append(into.result, validator.validateDocument(document, **schema, nullptr));
+        Error error;
+        QMValidationResult result = validator.validateDocument(document, **schema, &error);
+        // A run stopped by its evaluation budget has no findings to trust.
+        if (error) into.failures.push_back(path + ": " + error.message());
+        else append(into.result, std::move(result));
         return;
     }
     Error error;
@@ -87,10 +99,16 @@ void RuleFileRunner::runOne(const xml::Document& document, const std::string& pa
     append(into.result, std::move(*result));
 }
 
-FilesOutcome RuleFileRunner::run(const xml::Document& document, const std::vector<std::string>& files) {
+std::optional<std::string> RuleFileRunner::preload(const std::string& path) {
+    if (const auto* failed = std::get_if<Failed>(&load(path))) return failed->message;
+    return std::nullopt;
+}
+
+FilesOutcome RuleFileRunner::run(const xml::Document& document, const std::vector<std::string>& files,
+                                 const std::string* source) {
     FilesOutcome outcome;
     outcome.result.schemaFiles = files;
-    for (const std::string& path : files) runOne(document, path, outcome);
+    for (const std::string& path : files) runOne(document, path, source, outcome);
     outcome.result.valid = outcome.result.errors.empty() && outcome.failures.empty();
     return outcome;
 }

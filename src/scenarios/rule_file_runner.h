@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -29,12 +30,19 @@ struct FilesOutcome {
     bool validated() const { return failures.empty(); }
 };
 
+// "PATH: REASON", naming the file once: some reasons name it already.
+std::string namingTheFile(const std::string& path, const std::string& reason);
+
 class RuleFileRunner {
 public:
     RuleFileRunner(Semantics semantics, standard::LoadOptions loadOptions, standard::RunOptions runOptions);
     ~RuleFileRunner();
 
-    FilesOutcome run(const xml::Document& document, const std::vector<std::string>& files);
+    // `source` is the document's text when the caller has it (for the columns of issues).
+    FilesOutcome run(const xml::Document& document, const std::vector<std::string>& files,
+                     const std::string* source = nullptr);
+    // Loads a file ahead of the documents; nullopt when it can be used, else why not.
+    std::optional<std::string> preload(const std::string& path);
     Semantics semantics() const { return semantics_; }
 
 private:
@@ -46,7 +54,8 @@ private:
 
     const Loaded& load(const std::string& path);
     Loaded loadUncached(const std::string& path);
-    void runOne(const xml::Document& document, const std::string& path, FilesOutcome& into);
+    void runOne(const xml::Document& document, const std::string& path, const std::string* source,
+                FilesOutcome& into);
 
     Semantics semantics_;
     standard::LoadOptions loadOptions_;

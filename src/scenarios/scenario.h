@@ -41,6 +41,7 @@ struct ScenarioMatch {
     std::optional<std::string> rootLocalName;  // nullopt: any
     std::optional<std::string> customizationID;
     std::shared_ptr<const xpath::CompiledExpression> xpath;
+    std::string xpathText;
 };
 
 struct Scenario {

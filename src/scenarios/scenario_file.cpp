@@ -72,7 +72,10 @@ private:
             if (local != "*") match.rootLocalName = local;
         }
         if (object.contains("customizationID")) match.customizationID = text(object, "customizationID", where + " match");
-        if (object.contains("xpath")) match.xpath = compile(object, where);
+        if (object.contains("xpath")) {
+            match.xpath = compile(object, where);
+            match.xpathText = match.xpath->text();
+        }
         if (!match.rootNamespace && !match.customizationID && !match.xpath) {
             fail(where + ": \"match\" needs \"root\", \"customizationID\" or \"xpath\"");
         }

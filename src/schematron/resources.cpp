@@ -10,10 +10,16 @@
 #include <system_error>
 #include <vector>
 
+#include <dlfcn.h>
+
 #include "quillmark/schematron_validator.h"
 
+// The folders of the source tree, used when the library runs from its build tree.
 #ifndef QUILLMARK_RESOURCE_DIR
 #define QUILLMARK_RESOURCE_DIR ""
+#endif
+#ifndef QUILLMARK_RULES_DIR
+#define QUILLMARK_RULES_DIR ""
 #endif
 
 namespace quillmark {
@@ -60,12 +66,33 @@ std::string joined(const std::string& root, const fs::path& relative) {
     return root + (root.back() == '/' ? "" : "/") + relative.string();
 }
 
+// <prefix>/share/quillmark beside the binary that holds this code (<prefix>/lib or
+// <prefix>/bin), when there is one: an installed copy is relocatable.
+std::optional<fs::path> installedShareDirectory() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void*>(&installedShareDirectory), &info) == 0 || !info.dli_fname) {
+        return std::nullopt;
+    }
+    std::error_code error;
+    const fs::path binary = fs::canonical(info.dli_fname, error);
+    if (error) return std::nullopt;
+    const fs::path share = binary.parent_path().parent_path() / "share" / "quillmark";
+    if (!fs::is_directory(share, error)) return std::nullopt;
+    return share;
+}
+
 }  // namespace
 
 std::string resourceDirectory() {
-    // Installed layouts point the library at their own copy.
     if (const char* overridden = std::getenv("QUILLMARK_RESOURCE_DIR"); overridden && *overridden) return overridden;
+    if (std::optional<fs::path> share = installedShareDirectory()) return share->string();
     return QUILLMARK_RESOURCE_DIR;
+}
+
+std::string rulesDirectory() {
+    if (const char* overridden = std::getenv("QUILLMARK_RULES_DIR"); overridden && *overridden) return overridden;
+    if (std::optional<fs::path> share = installedShareDirectory()) return (*share / "rules").string();
+    return QUILLMARK_RULES_DIR;
 }
 
 std::optional<std::string> pathForResource(const std::string& name, const std::optional<std::string>& type,

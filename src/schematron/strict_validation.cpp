@@ -56,8 +56,8 @@ StrictValidationReport QMSchematronValidator::validateDocumentStrictly(const xml
         std::optional<QMValidationResult> result;
         if (isXSD) {
             if (auto schema = CompiledXSD::load(path, &error)) result = schema->validate(document, &error);
-        } else if (auto schema = loadSchemaFile(path, &error)) {
-            result = validateDocument(document, *schema, &error);
+        } else {
+            result = validateDocumentWithSchemaFile(document, path, &error);
         }
         if (result) appendFindings(merged, *result);
         // A run that leaves an error in its slot ended early: its findings stand, but

@@ -98,6 +98,9 @@ struct LoadOptions {
 
 struct RunOptions {
     xpath::EvaluationLimits limits;
+    // The document's text as read, when the caller has it: issues then carry the column
+    // of the offending start tag, not only its line.
+    const std::string* source = nullptr;
 };
 
 class CompiledRuleSet {

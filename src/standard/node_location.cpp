@@ -75,6 +75,22 @@ int64_t startTagColumn(const xmlNode* element, const std::string& source, int64_
     return 0;
 }
 
+// The column of the last "<name" on the line, for a start tag that begins there and
+// ends on a later line.
+int64_t lastStartTagColumn(const xmlNode* element, const std::string& source, int64_t line) {
+    const size_t start = lineStart(source, line);
+    if (start == std::string::npos) return 0;
+    const size_t end = std::min(source.find('\n', start), source.size());
+    const std::string tag = "<" + xpath::qualifiedNameOf(element);
+    int64_t found = 0;
+    for (size_t at = source.find(tag, start); at != std::string::npos && at < end; at = source.find(tag, at + 1)) {
+        const size_t after = at + tag.size();
+        const char next = after < source.size() ? source[after] : '>';
+        if (next == ' ' || next == '\t' || next == '\r' || next == '\n' || after == end) found = static_cast<int64_t>(at - start) + 1;
+    }
+    return found;
+}
+
 }  // namespace
 
 std::string locationPath(const xmlNode* node) {
@@ -105,7 +121,17 @@ SourcePosition sourcePosition(const xmlNode* node, const std::string* source) {
     SourcePosition position;
     position.line = xmlGetLineNo(element);
     if (position.line <= 0) return {};
-    if (source) position.column = startTagColumn(element, *source, position.line);
+    if (!source) return position;
+    position.column = startTagColumn(element, *source, position.line);
+    if (position.column > 0) return position;
+    // The parser notes the line where a start tag ends; one written over several lines
+    // (attributes and namespace declarations on lines of their own) begins earlier.
+    const xmlNode* previous = previousElement(element);
+    const int64_t earliest = previous ? std::max<int64_t>(1, xmlGetLineNo(previous)) : 1;
+    for (int64_t line = position.line - 1; line >= earliest; --line) {
+        const int64_t column = lastStartTagColumn(element, *source, line);
+        if (column > 0) return SourcePosition{line, column};
+    }
     return position;
 }
 

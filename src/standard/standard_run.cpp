@@ -53,7 +53,11 @@ std::function<Sequence(DynamicContext&)> valueFrom(const xpath::CompiledExpressi
 class StandardRun {
 public:
     StandardRun(const CompiledRuleSet& rules, const xml::Document& document, const RunOptions& options)
-        : rules_(rules), document_(document), context_(options.limits), findings_(rules.patterns_.size()) {}
+        : rules_(rules),
+          document_(document),
+          source_(options.source),
+          context_(options.limits),
+          findings_(rules.patterns_.size()) {}
 
     QMValidationResult run() {
         const xmlNode* root = document_.node().raw();
@@ -134,7 +138,10 @@ private:
                 into.push_back(issue(pattern, rule, assertion, node, renderMessage(assertion, node)));
             } catch (const XPathError& error) {
                 if (error.code() == xpath::ErrorCode::QMXP0001) throw;
-                into.push_back(dynamicErrorIssue(pattern, rule, assertion, node, error));
+                into.push_back(dynamicErrorIssue(pattern, rule, assertion, node, error, "the test " + assertion.test->text()));
+            } catch (const MessageEvaluationError& failure) {
+                into.push_back(dynamicErrorIssue(pattern, rule, assertion, node, failure.error,
+                                                 "the message expression " + failure.expression));
             }
         }
     }
@@ -154,7 +161,7 @@ private:
             switch (part.kind) {
             case CompiledMessage::PartKind::Text: text += part.text; break;
             case CompiledMessage::PartKind::ValueOf: {
-                const Sequence value = part.expression->evaluate(context_);
+                const Sequence value = evaluateInMessage(*part.expression);
                 for (size_t index = 0; index < value.size(); ++index) {
                     if (index > 0) text += ' ';
                     text += xpath::stringValueOfItem(value[index]);
@@ -167,9 +174,24 @@ private:
         return collapseWhitespace(text);
     }
 
+    // An error in a message's expression, told apart from one in the test.
+    struct MessageEvaluationError {
+        XPathError error;
+        std::string expression;
+    };
+
+    Sequence evaluateInMessage(const xpath::CompiledExpression& expression) {
+        try {
+            return expression.evaluate(context_);
+        } catch (const XPathError& error) {
+            if (error.code() == xpath::ErrorCode::QMXP0001) throw;
+            throw MessageEvaluationError{error, expression.text()};
+        }
+    }
+
     std::string nameFor(const CompiledMessage::Part& part, const xmlNode* node) {
         if (!part.expression) return xpath::qualifiedNameOf(node);
-        const Sequence value = part.expression->evaluate(context_);
+        const Sequence value = evaluateInMessage(*part.expression);
         if (value.empty() || !value.front().isNode()) return "";
         return xpath::qualifiedNameOf(value.front().node().raw());
     }
@@ -185,7 +207,7 @@ private:
         issue.test = assertion.test->text();
         issue.location = locationPath(node);
         issue.schemaTitle = rules_.title_;
-        const SourcePosition position = sourcePosition(node);
+        const SourcePosition position = sourcePosition(node, source_);
         issue.line = position.line;
         issue.column = position.column;
         return issue;
@@ -205,13 +227,12 @@ private:
     // assertion declares, so that the document is never taken for valid.
     QMValidationError dynamicErrorIssue(const CompiledPattern& pattern, const CompiledRule& rule,
                                         const CompiledAssertion& assertion, const xmlNode* node,
-                                        const XPathError& error) const {
+                                        const XPathError& error, const std::string& where) const {
         QMValidationError issue = baseIssue(pattern, rule, assertion, node);
         issue.type = kDynamicErrorType;
         issue.flag = "error";
         issue.role = "error";
-        issue.message = "The rule could not be evaluated (" + std::string(error.what()) + ") in the test " +
-                        assertion.test->text();
+        issue.message = "The rule could not be evaluated (" + std::string(error.what()) + ") in " + where;
         return issue;
     }
 
@@ -241,6 +262,7 @@ private:
 
     const CompiledRuleSet& rules_;
     const xml::Document& document_;
+    const std::string* source_;
     DynamicContext context_;
     std::vector<std::vector<QMValidationError>> findings_;  // per pattern
     std::vector<QMValidationError> aborted_;  // the issue of a run that ran out of budget

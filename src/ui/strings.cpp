@@ -1,5 +1,7 @@
 #include "quillmark/ui/strings.h"
 
+#include "quillmark/schematron_validator.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -20,7 +22,7 @@ std::string environmentValue(const char* name) {
 }
 
 std::map<std::string, std::string> loadTranslation(const std::string& fileName) {
-    std::ifstream in(std::string(QUILLMARK_RESOURCE_DIR) + "/strings/" + fileName, std::ios::binary);
+    std::ifstream in(resourceDirectory() + "/strings/" + fileName, std::ios::binary);
     if (!in) return {};
     std::ostringstream text;
     text << in.rdbuf();

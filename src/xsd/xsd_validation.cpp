@@ -209,6 +209,12 @@ std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithXSDFile(
                                                                                 Error* error) {
     auto document = xml::Document::parse(xml, error);
     if (!document) return std::nullopt;
+    if (_semantics == Semantics::Standard) {
+        // The standard profile reports libxml2's findings like any other.
+        auto schema = CompiledXSD::load(xsdPath, error);
+        if (!schema) return std::nullopt;
+        return schema->validate(*document, error);
+    }
     Error local;
     auto name = validateWithXSD(*document, xsdPath, &local);
 

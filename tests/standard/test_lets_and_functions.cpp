@@ -111,6 +111,30 @@ TEST(StandardLets, AFailingGlobalIsAnErrorWhereverItIsUsed) {
     EXPECT_EQ(result.warnings.size(), 3u);
 }
 
+// Lets are computed at most once where they are defined: a global once per document,
+// a rule let once per node, and not at all when unused. Each let below costs some
+// 35,000 steps; the budget allows four of them (the global and one rule let per line),
+// not six (the global once per line), nor one per use, nor the unused one.
+TEST(StandardLets, AreComputedOnceAndOnlyWhenUsed) {
+    const auto rules = compile(R"~(
+      <let name="global" value="count(for $i in 1 to 20000 return $i)"/>
+      <pattern><rule context="line">
+        <let name="perNode" value="count(for $i in 1 to 20000 return $i) + xs:integer(@id)"/>
+        <let name="unused" value="count(for $i in 1 to 500000 return $i)"/>
+        <report id="a" test="$global = 20000 and $perNode gt 0">a</report>
+        <report id="b" test="$global = 20000 and $perNode gt 0">b</report>
+        <report id="c" test="$global = 20000 and $perNode gt 0">c</report>
+      </rule></pattern>)~");
+    std::string document = "<invoice>";
+    for (int id = 1; id <= 3; ++id) document += "<line id=\"" + std::to_string(id) + "\"/>";
+    document += "</invoice>";
+    RunOptions options;
+    options.limits.maxSteps = 180'000;
+    const QMValidationResult result = rules->validate(*testing::parseXML(document), options);
+    EXPECT_TRUE(result.errors.empty()) << result.errors.front().message;
+    EXPECT_EQ(result.warnings.size(), 9u);
+}
+
 const std::string kFunctions = R"~(
   <ns prefix="f" uri="urn:functions"/>
   <xsl:function xmlns:xsl="http://www.w3.org/1999/XSL/Transform" name="f:positive" as="xs:boolean">

@@ -75,9 +75,9 @@ INSTANTIATE_TEST_SUITE_P(
         LocationCase{"/q:root/item[2]/b", "/r:root[1]/item[2]/b[1]", 4, 22},
         LocationCase{"/q:root/item[2]/item[2]", "/r:root[1]/item[2]/item[2]", 4, 26},
         LocationCase{"/q:root/b/item", "/r:root[1]/b[1]/item[1]", 5, 6},
-        // A start tag over several lines is where the parser ends it: the column is
-        // not on that line.
-        LocationCase{"/q:root/item[3]", "/r:root[1]/item[3]", 6, 0}),
+        // A start tag over several lines is found where it begins, not where the parser
+        // ends it.
+        LocationCase{"/q:root/item[3]", "/r:root[1]/item[3]", 5, 17}),
     [](const auto& info) { return "Case" + std::to_string(info.index); });
 
 TEST(StandardNodeLocations, IssuesCarryTheLineOfTheirNode) {
