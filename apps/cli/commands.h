@@ -16,6 +16,7 @@ CommandRunner addAstCommand(CLI::App& app);
 CommandRunner addEvalCommand(CLI::App& app);
 CommandRunner addValidateCommand(CLI::App& app);
 CommandRunner addCatalogCommand(CLI::App& app);
+CommandRunner addScenariosCommand(CLI::App& app);
 
 // Exit statuses shared by the commands.
 inline constexpr int kExitOk = 0;

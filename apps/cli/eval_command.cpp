@@ -9,8 +9,11 @@
 
 #include <fmt/format.h>
 
+#include "assignment.h"
 #include "commands.h"
+#include "eval_standard.h"
 #include "input_size_option.h"
+#include "profile_options.h"
 #include "quillmark/evaluator.h"
 #include "quillmark/xml.h"
 
@@ -23,6 +26,8 @@ struct EvalOptions {
     std::vector<std::string> variables;   // NAME=EXPR
     bool trace = false;
     std::optional<uint64_t> maxInputSize;
+    ProfileOptions profile;
+    std::optional<std::string> at;
     std::string expression;
 };
 
@@ -71,17 +76,21 @@ void printValue(const Value& value, int indent) {
     }
 }
 
-// Splits "KEY=VALUE"; false when there is no "=" or the key is empty.
-bool splitAssignment(const std::string& text, std::string& key, std::string& value) {
-    size_t equals = text.find('=');
-    if (equals == std::string::npos || equals == 0) return false;
-    key = text.substr(0, equals);
-    value = text.substr(equals + 1);
-    return true;
-}
-
 int runEval(const EvalOptions& options) {
     applyInputSizeOption(options.maxInputSize);
+    applyTimeout(options.profile);
+    if (options.profile.semantics == Semantics::Standard) {
+        if (options.trace) {
+            std::cerr << "quillmark: --trace needs --semantics compatible\n";
+            return kExitFailure;
+        }
+        return runStandardEval({options.contextFile, options.at, options.namespaces, options.variables,
+                                options.expression});
+    }
+    if (options.at) {
+        std::cerr << "quillmark: --at needs --semantics standard\n";
+        return kExitFailure;
+    }
     std::shared_ptr<xml::Document> document;
     if (!options.contextFile.empty()) {
         Error error;
@@ -139,7 +148,11 @@ CommandRunner addEvalCommand(CLI::App& app) {
         ->expected(1)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    command->add_flag("--trace", options->trace, "Write the evaluation trace to stderr");
+    command->add_flag("--trace", options->trace, "Write the evaluation trace to stderr (compatible profile)");
+    command->add_option("--at", options->at,
+                        "Evaluate with the first node this expression selects as the context item, as a rule's "
+                        "test is evaluated at its context (standard profile)");
+    addProfileOptions(*command, options->profile);
     addInputSizeOption(*command, options->maxInputSize);
     command->add_option("EXPR", options->expression, "The expression")->required();
     return [options] { return runEval(*options); };

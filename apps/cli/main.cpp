@@ -23,6 +23,7 @@ int main(int argc, char** argv) {
     add(addEvalCommand);
     add(addValidateCommand);
     add(addCatalogCommand);
+    add(addScenariosCommand);
 
     try {
         app.parse(argc, argv);

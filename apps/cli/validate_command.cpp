@@ -1,9 +1,10 @@
-// quillmark validate [--schema FILE]... [--schemas DIR]... [--format text|json|svrl]
-//                    [--max-input-size SIZE] FILE...
+// quillmark validate [--schema FILE]... [--schemas DIR]... [--scenarios FILE]
+//                    [--semantics standard|compatible] [--phase NAME] [--timeout SECONDS]
+//                    [--format text|json|svrl] [--max-input-size SIZE] FILE...
 // Validates each file against the named schemas and/or the schemas of the directories
-// that fit it, and reports every file once, in order: its issues and a summary, or why
-// it is not validated (also on stderr). A file that cannot be read or checked does not
-// stop the batch.
+// that fit it, or, with neither, with the rule sets of its scenario; reports every file
+// once, in order: its issues and a summary, or why it is not validated (also on stderr).
+// A file that cannot be read or checked does not stop the batch.
 
 #include <algorithm>
 #include <iostream>
@@ -14,6 +15,7 @@
 
 #include "commands.h"
 #include "input_size_option.h"
+#include "profile_options.h"
 #include "quillmark/xml.h"
 #include "validate_output.h"
 #include "validate_schemas.h"
@@ -25,6 +27,9 @@ namespace {
 struct ValidateOptions {
     std::vector<std::string> schemaFiles;
     std::vector<std::string> schemaDirectories;
+    std::optional<std::string> scenarioFile;
+    ProfileOptions profile;
+    std::optional<std::string> phase;
     OutputFormat format = OutputFormat::Text;
     std::optional<uint64_t> maxInputSize;
     std::vector<std::string> files;
@@ -34,6 +39,13 @@ struct ValidateOptions {
 void escalate(int& status, int candidate) { status = std::max(status, candidate); }
 
 bool loadSchemas(const ValidateOptions& options, ValidationSchemas& schemas) {
+    if (options.schemaFiles.empty() && options.schemaDirectories.empty()) {
+        if (auto failure = schemas.useScenarios(options.scenarioFile)) {
+            std::cerr << *failure << '\n';
+            return false;
+        }
+        return true;
+    }
     for (const auto& path : options.schemaFiles) {
         if (auto failure = schemas.addSchemaFile(path)) {
             std::cerr << *failure << '\n';
@@ -50,7 +62,7 @@ bool loadSchemas(const ValidateOptions& options, ValidationSchemas& schemas) {
 }
 
 FileReport checkFile(const std::string& file, ValidationSchemas& schemas) {
-    FileReport report{file, {}, {}};
+    FileReport report{file, {}, {}, {}};
     Error error;
     auto text = xml::readTextFile(file, &error);
     auto document = text ? xml::Document::parse(*text, &error) : nullptr;
@@ -58,9 +70,10 @@ FileReport checkFile(const std::string& file, ValidationSchemas& schemas) {
         report.failures.push_back(error.message());
         return report;
     }
-    DocumentOutcome outcome = schemas.validate(*document);
+    DocumentOutcome outcome = schemas.validate(*document, *text);
     report.result = std::move(outcome.result);
     report.failures = std::move(outcome.failures);
+    report.scenario = std::move(outcome.scenario);
     return report;
 }
 
@@ -74,12 +87,14 @@ int validateFile(const std::string& file, ValidationSchemas& schemas, OutputForm
 }
 
 int runValidate(const ValidateOptions& options) {
-    if (options.schemaFiles.empty() && options.schemaDirectories.empty()) {
-        std::cerr << "quillmark validate: give at least one --schema FILE or --schemas DIR\n";
+    if (options.scenarioFile && (!options.schemaFiles.empty() || !options.schemaDirectories.empty())) {
+        std::cerr << "quillmark validate: --scenarios chooses rule sets by scenario; it cannot be combined with "
+                     "--schema or --schemas\n";
         return kExitFailure;
     }
     applyInputSizeOption(options.maxInputSize);
-    ValidationSchemas schemas;
+    const xpath::EvaluationLimits limits = applyTimeout(options.profile);
+    ValidationSchemas schemas(ValidationSettings{options.profile.semantics, options.phase, limits});
     if (!loadSchemas(options, schemas)) return kExitFailure;
     int status = kExitOk;
     for (const auto& file : options.files) escalate(status, validateFile(file, schemas, options.format));
@@ -103,6 +118,13 @@ CommandRunner addValidateCommand(CLI::App& app) {
         ->expected(1)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command->add_option("--scenarios", options->scenarioFile,
+                        "A scenario file consulted before the bundled scenarios (without --schema and --schemas, "
+                        "each document is validated with the rule sets of the first scenario that fits it)");
+    addProfileOptions(*command, options->profile);
+    command->add_option("--phase", options->phase,
+                        "The phase of the rule sets to run (standard profile): a phase id, or #ALL for every "
+                        "pattern; default: each rule set's default phase");
     const std::map<std::string, OutputFormat> formats{
         {"text", OutputFormat::Text}, {"json", OutputFormat::Json}, {"svrl", OutputFormat::Svrl}};
     command->add_option("--format", options->format,

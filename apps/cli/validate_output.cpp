@@ -36,8 +36,15 @@ std::string withoutLeadingTag(const std::string& message, const std::string& id)
     return at < message.size() ? message.substr(at) : message;
 }
 
+// "FILE:LINE:COLUMN", "FILE:LINE" or "FILE", as far as the position is known.
+std::string position(const std::string& file, const QMValidationError& issue) {
+    if (issue.line <= 0) return file;
+    if (issue.column <= 0) return fmt::format("{}:{}", file, issue.line);
+    return fmt::format("{}:{}:{}", file, issue.line, issue.column);
+}
+
 std::string issueLine(const std::string& file, const QMValidationError& issue) {
-    std::string line = fmt::format("{}: {}: ", file, lowerCase(issue.severity()));
+    std::string line = fmt::format("{}: {}: ", position(file, issue), lowerCase(issue.severity()));
     if (!issue.assertionId.empty()) line += fmt::format("[{}] ", visibleText(issue.assertionId));
     line += visibleText(collapseWhiteSpace(withoutLeadingTag(issue.message, issue.assertionId)));
     if (!issue.location.empty()) line += fmt::format(" (at {})", visibleText(issue.location));
@@ -61,8 +68,12 @@ std::string summary(const FileReport& report) {
     if (parts.empty()) parts.push_back("valid");
     if (warnings > 0) parts.push_back(counted(warnings, "warning", "warnings"));
     if (infos > 0) parts.push_back(counted(infos, "info", "infos"));
+    if (!report.scenario.empty()) parts.push_back("scenario " + report.scenario);
     return fmt::format("{}", fmt::join(parts, ", "));
 }
+
+// The line and column when known, else null.
+nlohmann::ordered_json positionJson(int64_t value) { return value > 0 ? nlohmann::ordered_json(value) : nullptr; }
 
 nlohmann::ordered_json issueJson(const QMValidationError& issue) {
     return {
@@ -70,6 +81,7 @@ nlohmann::ordered_json issueJson(const QMValidationError& issue) {
         {"assertionId", issue.assertionId}, {"type", issue.type},     {"role", issue.role},
         {"flag", issue.flag},           {"severity", issue.severity()}, {"message", issue.message},
         {"location", issue.location},   {"schemaTitle", issue.schemaTitle},
+        {"line", positionJson(issue.line)}, {"column", positionJson(issue.column)}, {"test", issue.test},
     };
 }
 
@@ -113,6 +125,7 @@ void writeJsonReport(std::ostream& out, const FileReport& report) {
         {"errors", issuesJson(result.errors)},
         {"warnings", issuesJson(result.warnings)},
     };
+    if (!report.scenario.empty()) object["scenario"] = report.scenario;
     if (!report.validated()) object["error"] = fmt::format("{}", fmt::join(report.failures, "; "));
     // Invalid UTF-8 in a message must not abort the report.
     out << object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';

@@ -20,15 +20,19 @@ struct FileReport {
     std::string file;
     QMValidationResult result;          // the findings, possibly partial, possibly none
     std::vector<std::string> failures;  // why the file is not validated; empty: it is
+    std::string scenario;               // the scenario that chose the rule sets, if any
     bool validated() const { return failures.empty(); }
 };
 
 // Line breaks and runs of blanks become single spaces; none at either end.
 std::string collapseWhiteSpace(std::string_view text);
 
-// "invoice.xml: error: [BR-CO-10] message (at /Invoice[1]/...)" per issue, then
-// "invoice.xml: 2 errors, 1 warning" or "invoice.xml: valid"; a file that is not
-// validated ends with "invoice.xml: not validated" (and the counts of what was found).
+// "invoice.xml:12:5: error: [BR-CO-10] message (at /Invoice[1]/...)" per issue (the
+// line and column of the offending start tag where known, as compilers write them, so
+// that editors and CI annotators can jump there), then "invoice.xml: 2 errors, 1
+// warning" or "invoice.xml: valid" (with ", scenario NAME" when a scenario chose the
+// rule sets); a file that is not validated ends with "invoice.xml: not validated" (and
+// the counts of what was found).
 void writeTextReport(std::ostream& out, const FileReport& report);
 
 // {"file", "valid", "status", "schemaFiles", "errors", "warnings"} on one line; a file

@@ -8,12 +8,6 @@ namespace quillmark::cli {
 
 namespace {
 
-// "PATH: REASON", once: some reasons start with the path already.
-std::string failureText(const std::string& path, const Error& error) {
-    const std::string message = error.isSet() ? error.message() : "cannot be loaded";
-    return message.starts_with(path + ": ") ? message : path + ": " + message;
-}
-
 void append(QMValidationResult& merged, const QMValidationResult& part) {
     merged.errors.insert(merged.errors.end(), part.errors.begin(), part.errors.end());
     merged.warnings.insert(merged.warnings.end(), part.warnings.begin(), part.warnings.end());
@@ -24,30 +18,24 @@ void appendSchemaFiles(QMValidationResult& merged, const std::vector<std::string
     merged.schemaFiles->insert(merged.schemaFiles->end(), files.begin(), files.end());
 }
 
+void appendOutcome(DocumentOutcome& outcome, scenarios::FilesOutcome&& files) {
+    append(outcome.result, files.result);
+    appendSchemaFiles(outcome.result, files.result.schemaFiles.value_or(std::vector<std::string>{}));
+    for (std::string& failure : files.failures) outcome.failures.push_back(std::move(failure));
+}
+
 }  // namespace
 
+ValidationSchemas::ValidationSchemas(const ValidationSettings& settings)
+    : runner_(settings.semantics, standard::LoadOptions{settings.phase}, standard::RunOptions{settings.limits}) {
+    validator_.setSemantics(settings.semantics);
+    validator_.setPhase(settings.phase);
+}
+
 std::optional<std::string> ValidationSchemas::addSchemaFile(const std::string& path) {
-    Error error;
-    std::optional<SchemaFileKind> kind = schemaFileKind(path, &error);
-    if (!kind) return failureText(path, error);
-    switch (*kind) {
-        case SchemaFileKind::Schematron: {
-            auto schema = validator_.loadSchemaFile(path, &error);
-            if (!schema) return failureText(path, error);
-            named_.push_back({path, std::move(schema), nullptr});
-            return std::nullopt;
-        }
-        case SchemaFileKind::XSD: {
-            auto schema = CompiledXSD::load(path, &error);
-            if (!schema) return failureText(path, error);
-            named_.push_back({path, nullptr, std::move(schema)});
-            return std::nullopt;
-        }
-        case SchemaFileKind::Other:
-            break;
-    }
-    return path + ": neither a Schematron rule set nor an XML Schema (the root element is not a schema element "
-                  "of either)";
+    if (std::optional<std::string> failure = runner_.preload(path)) return failure;
+    named_.push_back(path);
+    return std::nullopt;
 }
 
 std::optional<std::string> ValidationSchemas::addSchemaDirectory(const std::string& directory) {
@@ -58,10 +46,16 @@ std::optional<std::string> ValidationSchemas::addSchemaDirectory(const std::stri
     return std::nullopt;
 }
 
-std::optional<QMValidationResult> ValidationSchemas::runNamed(const NamedSchema& schema,
-                                                              const xml::Document& document, Error& error) {
-    if (schema.xsd) return schema.xsd->validate(document, &error);
-    return validator_.validateDocument(document, *schema.schematron, &error);
+std::optional<std::string> ValidationSchemas::useScenarios(const std::optional<std::string>& userScenarios) {
+    try {
+        scenarios::ScenarioSet set;
+        if (userScenarios) set = scenarios::ScenarioSet::load(*userScenarios);
+        set.append(scenarios::ScenarioSet::load(rulesDirectory() + "/scenarios.json"));
+        scenarios_ = std::move(set);
+        return std::nullopt;
+    } catch (const scenarios::ScenarioError& error) {
+        return error.what();
+    }
 }
 
 void ValidationSchemas::runDetected(const xml::Document& document, DocumentOutcome& outcome) {
@@ -76,23 +70,31 @@ void ValidationSchemas::runDetected(const xml::Document& document, DocumentOutco
     }
     append(outcome.result, report.result);
     appendSchemaFiles(outcome.result, report.result.schemaFiles.value_or(std::vector<std::string>{}));
-    for (const SchemaFailure& failure : report.failures) outcome.failures.push_back(failureText(failure.path, failure.error));
+    for (const SchemaFailure& failure : report.failures) outcome.failures.push_back(
+        scenarios::namingTheFile(failure.path, failure.error.isSet() ? failure.error.message() : "cannot be loaded"));
 }
 
-DocumentOutcome ValidationSchemas::validate(const xml::Document& document) {
-    DocumentOutcome outcome;
-    QMValidationResult& merged = outcome.result;
-    merged.schemaFiles.emplace();
-    for (const NamedSchema& schema : named_) {
-        Error error;
-        std::optional<QMValidationResult> result = runNamed(schema, document, error);
-        if (result) append(merged, *result);
-        // A run that leaves an error in its slot ended early.
-        if (!result || error) outcome.failures.push_back(failureText(schema.path, error));
-        appendSchemaFiles(merged, {schema.path});
+void ValidationSchemas::runScenario(const xml::Document& document, const std::string& source,
+                                    DocumentOutcome& outcome) {
+    const scenarios::Scenario* scenario = scenarios_->select(document);
+    if (!scenario) {
+        outcome.failures.push_back("no scenario fits this document (" + scenarios::describeDocumentType(document) +
+                                   "); name its rule sets with --schema or --schemas, or give --scenarios FILE");
+        return;
     }
+    outcome.scenario = scenario->name;
+    std::vector<std::string> files;
+    for (const scenarios::RuleFile& file : scenario->files) files.push_back(file.pathFor(runner_.semantics()));
+    appendOutcome(outcome, runner_.run(document, files, &source));
+}
+
+DocumentOutcome ValidationSchemas::validate(const xml::Document& document, const std::string& source) {
+    DocumentOutcome outcome;
+    outcome.result.schemaFiles.emplace();
+    if (!named_.empty()) appendOutcome(outcome, runner_.run(document, named_, &source));
     if (autoDetect_) runDetected(document, outcome);
-    merged.valid = merged.errors.empty() && outcome.failures.empty();
+    if (scenarios_) runScenario(document, source, outcome);
+    outcome.result.valid = outcome.result.errors.empty() && outcome.failures.empty();
     return outcome;
 }
 

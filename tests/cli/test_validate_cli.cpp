@@ -26,6 +26,8 @@ using nlohmann::json;
 
 using ValidateCliTest = testing::TempDirectoryTest;
 
+// Issues are "FILE:LINE:COLUMN: severity: [ID] message (at PATH)", as compilers print
+// them, in the order of the rule set's patterns; a summary line closes every file.
 TEST_F(ValidateCliTest, TextListsIssuesThenASummaryPerFile) {
     CommandResult result = runCli({"validate", "--schema", kRules, kValid, kBadArithmetic, kMissingFields});
     EXPECT_EQ(result.exitCode, 1);
@@ -33,22 +35,37 @@ TEST_F(ValidateCliTest, TextListsIssuesThenASummaryPerFile) {
     EXPECT_EQ(textLines(result.out),
               (Lines{
                   kValid + ": valid",
-                  kBadArithmetic + ": error: [QM-10] Invoice line 1: the net amount 145.00 shall equal "
-                                   "quantity times price (140). (at /Invoice[1]/cac:InvoiceLine[1])",
-                  kBadArithmetic + ": error: [QM-11] The sum of line net amounts 200.00 shall equal the sum "
+                  kBadArithmetic + ":34:3: error: [QM-11] The sum of line net amounts 200.00 shall equal the sum "
                                    "of the invoice lines (205). (at /Invoice[1]/cac:LegalMonetaryTotal[1])",
+                  kBadArithmetic + ":40:3: error: [QM-10] Invoice line 1: the net amount 145.00 shall equal "
+                                   "quantity times price (140). (at /Invoice[1]/cac:InvoiceLine[1])",
                   kBadArithmetic + ": 2 errors",
-                  kMissingFields + ": error: [QM-01] An invoice shall have an invoice number (cbc:ID). (at "
+                  kMissingFields + ":2:1: error: [QM-01] An invoice shall have an invoice number (cbc:ID). (at "
                                    "/Invoice[1])",
-                  kMissingFields + ": error: [QM-03] An invoice shall name its currency "
+                  kMissingFields + ":2:1: error: [QM-03] An invoice shall name its currency "
                                    "(cbc:DocumentCurrencyCode). (at /Invoice[1])",
-                  kMissingFields + ": error: [QM-04] An invoice shall name the seller "
+                  kMissingFields + ":2:1: error: [QM-04] An invoice shall name the seller "
                                    "(cac:PartyLegalEntity/cbc:RegistrationName). (at /Invoice[1])",
-                  kMissingFields + ": warning: [QM-20] The invoice states neither a due date nor payment "
+                  kMissingFields + ":2:1: warning: [QM-20] The invoice states neither a due date nor payment "
                                    "terms. (at /Invoice[1])",
                   kMissingFields + ": 3 errors, 1 warning",
               }));
     testing::expectCliRuns({{{"validate", "--schema", kRules, kValid}, kValid + ": valid\n", "", 0}});
+}
+
+// The compatible profile keeps the library's documented run: no line numbers, and
+// issues in the order its run finds them.
+TEST_F(ValidateCliTest, CompatibleProfileReportsWithoutLines) {
+    testing::expectCliRuns({
+        {{"validate", "--semantics", "compatible", "--schema", kRules, kBadArithmetic},
+         kBadArithmetic + ": error: [QM-10] Invoice line 1: the net amount 145.00 shall equal quantity times price "
+                          "(140). (at /Invoice[1]/cac:InvoiceLine[1])\n" +
+             kBadArithmetic + ": error: [QM-11] The sum of line net amounts 200.00 shall equal the sum of the invoice "
+                              "lines (205). (at /Invoice[1]/cac:LegalMonetaryTotal[1])\n" +
+             kBadArithmetic + ": 2 errors\n",
+         "", 1},
+    });
+    testing::expectUsageErrors({{"validate", "--semantics", "loose", "--schema", kRules, kValid}});
 }
 
 TEST_F(ValidateCliTest, JsonLinesHoldOneObjectPerFileWithTheDocumentedKeys) {
@@ -66,16 +83,19 @@ TEST_F(ValidateCliTest, JsonLinesHoldOneObjectPerFileWithTheDocumentedKeys) {
     ASSERT_EQ(invalid["errors"].size(), 3u);
     ASSERT_EQ(invalid["warnings"].size(), 1u);
     EXPECT_EQ(invalid["errors"][0], json::parse(R"~({"pattern": "mandatory-fields", "rule": "", "assertion": "QM-01",
-        "assertionId": "QM-01", "type": "assert", "role": "error", "flag": "fatal", "severity": "Error",
+        "assertionId": "QM-01", "type": "assert", "role": "", "flag": "fatal", "severity": "Error",
         "message": "[QM-01]-An invoice shall have an invoice number (cbc:ID).", "location": "/Invoice[1]",
-        "schemaTitle": ""})~"));
+        "schemaTitle": "Quillmark example rules for UBL invoices", "line": 2, "column": 1,
+        "test": "normalize-space(cbc:ID) != ''"})~"));
     EXPECT_EQ(invalid["warnings"][0]["type"], "report");
     EXPECT_EQ(invalid["warnings"][0]["severity"], "Warning");
+    // The compatible profile has no lines to report.
+    const auto compatible = json::parse(
+        runCli({"validate", "--semantics", "compatible", "--format", "json", "--schema", kRules, kMissingFields}).out);
+    EXPECT_TRUE(compatible["errors"][0]["line"].is_null());
+    EXPECT_EQ(compatible["errors"][0]["role"], "error");
 }
 
-// Files that cannot be read or parsed are named on stderr with the reason; the other
-// files of the batch are still validated, and the exit status says something failed
-// even when others have findings.
 TEST_F(ValidateCliTest, SvrlReportsFailedAssertsAndFiredReports) {
     CommandResult result = runCli({"validate", "--format", "svrl", "--schema", kRules, kMissingFields});
     EXPECT_EQ(result.exitCode, 1);
@@ -83,22 +103,25 @@ TEST_F(ValidateCliTest, SvrlReportsFailedAssertsAndFiredReports) {
     const std::string svrl = "http://purl.oclc.org/dsdl/svrl";
     EXPECT_EQ(result.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                           "<svrl:schematron-output xmlns:svrl=\"" + svrl + "\">\n"
-                          "  <svrl:failed-assert id=\"QM-01\" flag=\"fatal\" role=\"error\" location=\"/Invoice[1]\">\n"
+                          "  <svrl:failed-assert id=\"QM-01\" flag=\"fatal\" location=\"/Invoice[1]\">\n"
                           "    <svrl:text>[QM-01]-An invoice shall have an invoice number (cbc:ID).</svrl:text>\n"
                           "  </svrl:failed-assert>\n"
-                          "  <svrl:failed-assert id=\"QM-03\" flag=\"fatal\" role=\"error\" location=\"/Invoice[1]\">\n"
+                          "  <svrl:failed-assert id=\"QM-03\" flag=\"fatal\" location=\"/Invoice[1]\">\n"
                           "    <svrl:text>[QM-03]-An invoice shall name its currency (cbc:DocumentCurrencyCode).</svrl:text>\n"
                           "  </svrl:failed-assert>\n"
-                          "  <svrl:failed-assert id=\"QM-04\" flag=\"fatal\" role=\"error\" location=\"/Invoice[1]\">\n"
+                          "  <svrl:failed-assert id=\"QM-04\" flag=\"fatal\" location=\"/Invoice[1]\">\n"
                           "    <svrl:text>[QM-04]-An invoice shall name the seller "
                           "(cac:PartyLegalEntity/cbc:RegistrationName).</svrl:text>\n"
                           "  </svrl:failed-assert>\n"
-                          "  <svrl:successful-report id=\"QM-20\" flag=\"warning\" role=\"info\" location=\"/Invoice[1]\">\n"
+                          "  <svrl:successful-report id=\"QM-20\" flag=\"warning\" location=\"/Invoice[1]\">\n"
                           "    <svrl:text>[QM-20]-The invoice states neither a due date nor payment terms.</svrl:text>\n"
                           "  </svrl:successful-report>\n"
                           "</svrl:schematron-output>\n");
 }
 
+// Files that cannot be read or parsed are named on stderr with the reason; the other
+// files of the batch are still validated, and the exit status says something failed
+// even when others have findings.
 TEST_F(ValidateCliTest, UnreadableAndMalformedFilesDoNotStopTheBatch) {
     const std::string missing = path("missing.xml");
     const std::string malformed = write("malformed.xml", "<Invoice>\n  <cbc:ID>1</cbc:ID>\n");
@@ -163,7 +186,6 @@ TEST_F(ValidateCliTest, BrokenSchemasStopBeforeAnyDocument) {
     EXPECT_NE(runCli({"validate", "--schema", broken, kValid}).err.find("line 3"), std::string::npos);
 
     testing::expectUsageErrors({
-        {"validate", kValid},                                         // no schema at all
         {"validate", "--schema", kRules},                             // no file
         {"validate", "--format", "svg", "--schema", kRules, kValid},  // unknown format
         {"validate", "--schemas", path("nowhere"), kValid},           // no such directory
@@ -177,7 +199,7 @@ TEST_F(ValidateCliTest, MessagesAreCollapsedToOneLine) {
              second	line.   </assert></rule></pattern>)~"));
     const std::string document = write("r.xml", "<r/>");
     CommandResult result = runCli({"validate", "--schema", rules, document});
-    EXPECT_EQ(result.out, document + ": error: [L] First line, second line. (at /r[1])\n" + document + ": 1 error\n");
+    EXPECT_EQ(result.out, document + ":1:1: error: [L] First line, second line. (at /r[1])\n" + document + ": 1 error\n");
 }
 
 TEST_F(ValidateCliTest, NamedSchemasRunInOrderAndMergeTheirIssues) {
@@ -231,13 +253,13 @@ TEST_F(ValidateCliTest, SchemaDirectoriesFailClosed) {
     EXPECT_EQ(record["status"], 0);
     EXPECT_EQ(record["errors"].size(), 2u);  // from c-basics.sch
     const std::string error = record["error"];
-    EXPECT_NE(error.find(path("rules/a-include.sch") + ": cannot read " + path("rules/missing.sch")), std::string::npos)
+    EXPECT_NE(error.find(path("rules/a-include.sch") + ": include: cannot read " + path("rules/missing.sch")),
+              std::string::npos)
         << error;
     EXPECT_NE(error.find(path("rules/b-broken.xsd") + ": Could not load XSD file"), std::string::npos) << error;
-    // The include's warning, then one line per failure.
+    // One line per failure.
     EXPECT_EQ(textLines(result.err),
-              (Lines{"Warning: Could not load included file: " + path("rules/missing.sch"),
-                     kBadArithmetic + ": " + error.substr(0, error.find("; ")),
+              (Lines{kBadArithmetic + ": " + error.substr(0, error.find("; ")),
                      kBadArithmetic + ": " + error.substr(error.find("; ") + 2)}));
 }
 
@@ -265,17 +287,20 @@ TEST_F(ValidateCliTest, NamedSchemasAreKnownByTheirRootElement) {
 }
 
 // Text that XML cannot carry, from a rule set's message, is escaped: the SVRL stays
-// well-formed, the text line shows it, and JSON escapes it as JSON does.
+// well-formed, the text line shows it, and JSON escapes it as JSON does. Only the
+// compatible profile can make such text: XPath 2.0 strings hold XML characters only.
 TEST_F(ValidateCliTest, ControlCharactersInMessagesStayVisibleAndWellFormed) {
     const std::string rules = write("control.sch", testing::schematronText(R"~(<pattern id="p"><rule context="/r">
         <assert id="C" test="false()">bell<value-of select="codepoints-to-string((1, 0, 65))"/>end</assert>
         </rule></pattern>)~"));
     const std::string document = write("r.xml", "<r/>");
-    EXPECT_EQ(runCli({"validate", "--schema", rules, document}).out,
+    EXPECT_EQ(runCli({"validate", "--semantics", "compatible", "--schema", rules, document}).out,
               document + ": error: [C] bell\\u0001\\u0000Aend (at /r[1])\n" + document + ": 1 error\n");
-    EXPECT_EQ(json::parse(runCli({"validate", "--format", "json", "--schema", rules, document}).out)["errors"][0]["message"],
+    EXPECT_EQ(json::parse(runCli({"validate", "--semantics", "compatible", "--format", "json", "--schema", rules, document})
+                              .out)["errors"][0]["message"],
               std::string("bell\x01\x00" "Aend", 10));
-    const std::string svrl = runCli({"validate", "--format", "svrl", "--schema", rules, document}).out;
+    const std::string svrl =
+        runCli({"validate", "--semantics", "compatible", "--format", "svrl", "--schema", rules, document}).out;
     // The tool itself reads it back as a context document.
     CommandResult readBack = runCli({"eval", "--context", write("report.svrl", svrl), "count(//*)"});
     EXPECT_EQ(readBack.exitCode, 0) << readBack.err << svrl;
