@@ -1,15 +1,12 @@
-// Text, JSON Lines and SVRL output of `quillmark validate`.
-
-#include "validate_output.h"
+// Text output of `quillmark validate`: compiler-style issue lines and a summary per file.
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cctype>
-#include <nlohmann/json.hpp>
 #include <vector>
 
-#include "quillmark/xml.h"
+#include "validate_output.h"
 #include "visible_text.h"
 
 namespace quillmark::cli {
@@ -72,25 +69,6 @@ std::string summary(const FileReport& report) {
     return fmt::format("{}", fmt::join(parts, ", "));
 }
 
-// The line and column when known, else null.
-nlohmann::ordered_json positionJson(int64_t value) { return value > 0 ? nlohmann::ordered_json(value) : nullptr; }
-
-nlohmann::ordered_json issueJson(const QMValidationError& issue) {
-    return {
-        {"pattern", issue.pattern},     {"rule", issue.rule},         {"assertion", issue.assertion},
-        {"assertionId", issue.assertionId}, {"type", issue.type},     {"role", issue.role},
-        {"flag", issue.flag},           {"severity", issue.severity()}, {"message", issue.message},
-        {"location", issue.location},   {"schemaTitle", issue.schemaTitle},
-        {"line", positionJson(issue.line)}, {"column", positionJson(issue.column)}, {"test", issue.test},
-    };
-}
-
-nlohmann::ordered_json issuesJson(const std::vector<QMValidationError>& issues) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const auto& issue : issues) list.push_back(issueJson(issue));
-    return list;
-}
-
 }  // namespace
 
 std::string collapseWhiteSpace(std::string_view text) {
@@ -113,55 +91,6 @@ void writeTextReport(std::ostream& out, const FileReport& report) {
     for (const auto& issue : report.result.errors) out << issueLine(file, issue) << '\n';
     for (const auto& issue : report.result.warnings) out << issueLine(file, issue) << '\n';
     out << file << ": " << summary(report) << '\n';
-}
-
-void writeJsonReport(std::ostream& out, const FileReport& report) {
-    const QMValidationResult& result = report.result;
-    nlohmann::ordered_json object = {
-        {"file", report.file},
-        {"valid", report.validated() && result.errors.empty()},
-        {"status", report.validated() ? result.status() : 0},
-        {"schemaFiles", result.schemaFiles.value_or(std::vector<std::string>{})},
-        {"errors", issuesJson(result.errors)},
-        {"warnings", issuesJson(result.warnings)},
-    };
-    if (!report.scenario.empty()) object["scenario"] = report.scenario;
-    if (!report.validated()) object["error"] = fmt::format("{}", fmt::join(report.failures, "; "));
-    // Invalid UTF-8 in a message must not abort the report.
-    out << object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
-}
-
-namespace {
-
-constexpr const char* kSvrlNamespace = "http://purl.oclc.org/dsdl/svrl";
-
-// Text as XML can carry it: line breaks stay, other control characters are escaped.
-std::string xmlText(const std::string& text) { return visibleText(text, LineBreaks::Keep); }
-
-void appendSvrlText(xml::Document& svrl, xml::Node parent, const std::string& text) {
-    xml::Node element = svrl.appendElement(parent, "svrl:text", kSvrlNamespace);
-    svrl.appendText(element, xmlText(text));
-}
-
-void appendSvrlIssue(xml::Document& svrl, xml::Node root, const QMValidationError& issue) {
-    const char* element = issue.type == "report" ? "svrl:successful-report" : "svrl:failed-assert";
-    xml::Node entry = svrl.appendElement(root, element, kSvrlNamespace);
-    if (!issue.assertionId.empty()) svrl.setAttribute(entry, "id", xmlText(issue.assertionId));
-    if (!issue.flag.empty()) svrl.setAttribute(entry, "flag", xmlText(issue.flag));
-    if (!issue.role.empty()) svrl.setAttribute(entry, "role", xmlText(issue.role));
-    svrl.setAttribute(entry, "location", xmlText(issue.location));
-    appendSvrlText(svrl, entry, issue.message);
-}
-
-}  // namespace
-
-void writeSvrlReport(std::ostream& out, const FileReport& report) {
-    auto svrl = xml::Document::create();
-    xml::Node root = svrl->createRootElement("svrl:schematron-output", kSvrlNamespace);
-    for (const auto& failure : report.failures) appendSvrlText(*svrl, root, "not validated: " + failure);
-    for (const auto& issue : report.result.errors) appendSvrlIssue(*svrl, root, issue);
-    for (const auto& issue : report.result.warnings) appendSvrlIssue(*svrl, root, issue);
-    out << svrl->xmlString(true);
 }
 
 }  // namespace quillmark::cli
