@@ -17,7 +17,7 @@
 namespace quillmark::qt3 {
 namespace {
 
-constexpr double kRequiredPassRate = 0.90;
+constexpr double kRequiredPassRate = 0.995;
 
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
