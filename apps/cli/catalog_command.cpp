@@ -53,13 +53,29 @@ int runCatalog(const CatalogOptions& options) {
     return kExitOk;
 }
 
+constexpr const char* kCatalogFooter = R"(Exit status:
+  0  the catalog is printed
+  2  a directory does not exist, or the command line is wrong
+
+Examples:
+  quillmark catalog --schemas rules/
+      List every Schematron rule set and XML Schema below rules/ with the document
+      types it is chosen for.
+  quillmark catalog --schemas a/ --schemas b/ | grep customizationID
+      Catalog two directories together, as validate --schemas does.)";
+
 }  // namespace
 
 CommandRunner addCatalogCommand(CLI::App& app) {
     auto options = std::make_shared<CatalogOptions>();
     CLI::App* command = app.add_subcommand("catalog", "List the schema files found in schema directories as JSON lines");
-    command->add_option("--schemas", options->directories, "Schema directory (searched recursively)")->required();
+    command
+        ->add_option("--schemas", options->directories,
+                     "A directory of schemas, searched recursively; repeatable")
+        ->option_text("DIR")
+        ->required();
     addInputSizeOption(*command, options->maxInputSize);
+    command->footer(kCatalogFooter);
     return [options] { return runCatalog(*options); };
 }
 

@@ -129,32 +129,54 @@ int runEval(const EvalOptions& options) {
     return kExitOk;
 }
 
+constexpr const char* kEvalFooter = R"(Exit status:
+  0  the value is printed
+  1  the expression could not be evaluated (a static or dynamic error, standard profile)
+  2  the context document cannot be read, or the command line is wrong
+
+Examples:
+  quillmark eval '(1 to 5)[. mod 2 = 0]'
+      Print the even numbers up to five: integer 2, integer 4.
+  quillmark eval --context invoice.xml 'sum(//cbc:LineExtensionAmount)'
+      Add up amounts, with the prefixes declared on the invoice's root element.
+  quillmark eval --context invoice.xml --at '//cac:InvoiceLine[1]' 'cbc:ID'
+      Evaluate relative to the first invoice line, as a rule's test would be.)";
+
 }  // namespace
 
 CommandRunner addEvalCommand(CLI::App& app) {
     auto* command = app.add_subcommand("eval", "Evaluate an expression and print its value in typed form");
     auto options = std::make_shared<EvalOptions>();
-    command->add_option("--context", options->contextFile, "XML file whose document node is the context node");
+    command
+        ->add_option("--context", options->contextFile,
+                     "Evaluate against this XML document (its document node is the context item)")
+        ->option_text("FILE");
     // One value per occurrence, so that "--" after them ends the options instead of
     // ending their list: `eval --var v=3 -- -a` evaluates "-a".
     command
         ->add_option("--ns", options->namespaces,
                      "Declare a namespace prefix (PREFIX=URI); without it the prefixes declared on the "
-                     "context document's root element are used")
+                     "context document's root element are used; repeatable")
+        ->option_text("PREFIX=URI")
         ->expected(1)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    command->add_option("--var", options->variables, "Set a variable to the value of an expression (NAME=EXPR)")
+    command
+        ->add_option("--var", options->variables,
+                     "Set the variable $NAME to the value of an expression, evaluated in order; repeatable")
+        ->option_text("NAME=EXPR")
         ->expected(1)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     command->add_flag("--trace", options->trace, "Write the evaluation trace to stderr (compatible profile)");
     command->add_option("--at", options->at,
                         "Evaluate with the first node this expression selects as the context item, as a rule's "
-                        "test is evaluated at its context (standard profile)");
+                        "test is evaluated at its context (standard profile)")
+        ->option_text("EXPR");
     addProfileOptions(*command, options->profile);
     addInputSizeOption(*command, options->maxInputSize);
-    command->add_option("EXPR", options->expression, "The expression")->required();
+    command->add_option("EXPR", options->expression, "The expression to evaluate")->required();
+    command->footer(kEvalFooter);
     return [options] { return runEval(*options); };
 }
 

@@ -45,12 +45,26 @@ int runScenarios(const ScenariosOptions& options) {
     }
 }
 
+constexpr const char* kScenariosFooter = R"(Exit status:
+  0  the scenarios are printed
+  2  the scenario file cannot be used, or the command line is wrong
+
+Examples:
+  quillmark scenarios
+      List the bundled scenarios: which documents each fits and the rule sets it runs.
+  quillmark scenarios --scenarios my-scenarios.json
+      Check your scenario file and see it listed before the bundled ones.)";
+
 }  // namespace
 
 CommandRunner addScenariosCommand(CLI::App& app) {
     auto options = std::make_shared<ScenariosOptions>();
     auto* command = app.add_subcommand("scenarios", "List the scenarios that choose rule sets by document type");
-    command->add_option("--scenarios", options->scenarioFile, "A scenario file consulted before the bundled scenarios");
+    command
+        ->add_option("--scenarios", options->scenarioFile,
+                     "A scenario file to consult before the bundled scenarios")
+        ->option_text("FILE");
+    command->footer(kScenariosFooter);
     return [options] { return runScenarios(*options); };
 }
 

@@ -11,6 +11,7 @@ namespace {
 void append(QMValidationResult& merged, const QMValidationResult& part) {
     merged.errors.insert(merged.errors.end(), part.errors.begin(), part.errors.end());
     merged.warnings.insert(merged.warnings.end(), part.warnings.begin(), part.warnings.end());
+    if (part.traces) merged.traces = part.traces;  // one run per document: nothing to merge with
 }
 
 void appendSchemaFiles(QMValidationResult& merged, const std::vector<std::string>& files) {
@@ -28,8 +29,8 @@ void appendOutcome(DocumentOutcome& outcome, scenarios::FilesOutcome&& files) {
 
 ValidationSchemas::ValidationSchemas(const ValidationSettings& settings)
     : runner_(settings.semantics, standard::LoadOptions{settings.phase}, standard::RunOptions{settings.limits}) {
-    validator_.setSemantics(settings.semantics);
-    validator_.setPhase(settings.phase);
+    catalog_.setSemantics(settings.semantics);
+    catalog_.setPhase(settings.phase);
 }
 
 std::optional<std::string> ValidationSchemas::addSchemaFile(const std::string& path) {
@@ -41,7 +42,7 @@ std::optional<std::string> ValidationSchemas::addSchemaFile(const std::string& p
 std::optional<std::string> ValidationSchemas::addSchemaDirectory(const std::string& directory) {
     std::error_code code;
     if (!std::filesystem::is_directory(directory, code)) return directory + ": not a directory";
-    validator_.addSchemaDirectory(directory);
+    catalog_.addSchemaDirectory(directory);
     autoDetect_ = true;
     return std::nullopt;
 }
@@ -58,8 +59,31 @@ std::optional<std::string> ValidationSchemas::useScenarios(const std::optional<s
     }
 }
 
+std::unique_ptr<QMSchematronValidator> ValidationSchemas::borrowValidator() {
+    {
+        std::lock_guard lock(idleMutex_);
+        if (!idleValidators_.empty()) {
+            std::unique_ptr<QMSchematronValidator> validator = std::move(idleValidators_.back());
+            idleValidators_.pop_back();
+            return validator;
+        }
+    }
+    auto validator = std::make_unique<QMSchematronValidator>();
+    validator->setSemantics(catalog_.semantics());
+    validator->setPhase(catalog_.phase());
+    validator->setSchemaCatalog(catalog_.schemaCatalog());
+    return validator;
+}
+
+void ValidationSchemas::giveBack(std::unique_ptr<QMSchematronValidator> validator) {
+    std::lock_guard lock(idleMutex_);
+    idleValidators_.push_back(std::move(validator));
+}
+
 void ValidationSchemas::runDetected(const xml::Document& document, DocumentOutcome& outcome) {
-    StrictValidationReport report = validator_.validateDocumentStrictly(document);
+    std::unique_ptr<QMSchematronValidator> validator = borrowValidator();
+    StrictValidationReport report = validator->validateDocumentStrictly(document);
+    giveBack(std::move(validator));
     switch (report.outcome) {
         case StrictValidationReport::Outcome::Validated:
             break;

@@ -4,9 +4,10 @@
 // with neither, the scenarios (the bundled official rule sets, and a user's scenario
 // file first). Each file is loaded once for all documents. Whatever keeps a schema from
 // checking a document makes that document "not validated"; nothing is skipped with a
-// warning.
+// warning. Documents may be validated on several threads at once.
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,7 @@ struct ValidationSettings {
     Semantics semantics = Semantics::Standard;
     std::optional<std::string> phase;
     xpath::EvaluationLimits limits;
+    bool explain = false;  // standard profile: issues carry the values that made their tests fail
 };
 
 class ValidationSchemas {
@@ -49,16 +51,23 @@ public:
 
     // Runs the named schemas in order, then the fitting schemas of the directories, or
     // the document's scenario.
-    // `source` is the document's text (for the columns of issues).
+    // `source` is the document's text (for the columns of issues). Thread-safe.
     DocumentOutcome validate(const xml::Document& document, const std::string& source);
 
 private:
+    // A validator keeps the rule sets it compiled and the schemas it matched without a
+    // lock: each thread validating by directory borrows one of its own, made from the
+    // directories' catalog when none is idle, and gives it back for the next document.
+    std::unique_ptr<QMSchematronValidator> borrowValidator();
+    void giveBack(std::unique_ptr<QMSchematronValidator> validator);
     void runDetected(const xml::Document& document, DocumentOutcome& outcome);
     void runScenario(const xml::Document& document, const std::string& source, DocumentOutcome& outcome);
 
     scenarios::RuleFileRunner runner_;
     std::vector<std::string> named_;
-    QMSchematronValidator validator_;
+    QMSchematronValidator catalog_;  // the directories' catalog, never used to validate
+    std::mutex idleMutex_;
+    std::vector<std::unique_ptr<QMSchematronValidator>> idleValidators_;
     bool autoDetect_ = false;
     std::optional<scenarios::ScenarioSet> scenarios_;
 };
