@@ -18,7 +18,7 @@ enum class OutputFormat { Text, Json, Svrl };
 // What is reported for one input file.
 struct FileReport {
     std::string file;
-    QMValidationResult result;          // the findings, possibly partial, possibly none
+    QMValidationResult result;          // the findings, possibly partial, possibly none; traces for SVRL
     std::vector<std::string> failures;  // why the file is not validated; empty: it is
     std::string scenario;               // the scenario that chose the rule sets, if any
     bool validated() const { return failures.empty(); }
@@ -39,9 +39,15 @@ void writeTextReport(std::ostream& out, const FileReport& report);
 // that is not validated has valid false, status 0 and "error" (the reasons).
 void writeJsonReport(std::ostream& out, const FileReport& report);
 
-// One SVRL document (Schematron Validation Report Language) per file: a failed-assert
-// or successful-report element per issue, with id, flag, role, location and text; a
-// file that is not validated starts with an svrl:text saying why.
+// One SVRL document (Schematron Validation Report Language) per file, valid against
+// the report grammar of ISO Schematron. A file that is not validated starts with an
+// svrl:text per reason. With the standard run's traces (result.traces, recorded when
+// the run options ask for them) the report is whole: title and schemaVersion of the
+// rule sets, their sch:ns bindings, and pattern by pattern the active pattern, the
+// rules that fired on its nodes in document order, each followed by its failed-assert
+// and successful-report elements (id, test, location, flag, role, text); findings of
+// XML Schemas come first, as svrl:text. Without traces (the compatible profile) the
+// report lists failed-assert and successful-report elements alone.
 void writeSvrlReport(std::ostream& out, const FileReport& report);
 
 inline void writeReport(OutputFormat format, std::ostream& out, const FileReport& report) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quillmark/semantics.h"
@@ -84,12 +85,55 @@ struct QMValidationError {
     std::string severity() const;
 };
 
+// A pattern of the active phase, and a rule that handled a node, in a run's trace.
+struct QMTracedPattern {
+    std::string id;    // "" when it has none
+    std::string name;  // its name attribute
+};
+
+struct QMTracedRule {
+    std::string id;       // "" when it has none
+    std::string context;  // as written
+    std::string role;
+    std::string flag;
+};
+
+// A step of a standard Schematron run, as a validation report (SVRL) tells it.
+struct QMRunEvent {
+    enum class Kind {
+        ActivePattern,  // a pattern begins: patterns[index]
+        FiredRule,      // a rule of that pattern handled a node: rules[index]
+        Issue,          // an assertion of that rule failed, or a report fired, there: issues[index]
+    };
+    Kind kind = Kind::ActivePattern;
+    size_t index = 0;  // into the trace's patterns, rules or issues, by kind
+};
+
+// One Schematron rule set's run over one document, step by step. Recorded by the
+// standard run only when asked (standard::RunOptions::trace), for SVRL reports.
+struct QMRuleSetTrace {
+    std::string title;          // the rule set's title
+    std::string schemaVersion;  // its schemaVersion attribute
+    std::vector<std::pair<std::string, std::string>> namespaces;  // its sch:ns, prefix and URI, in order
+    std::vector<QMTracedPattern> patterns;  // the active phase's patterns, in order
+    std::vector<QMTracedRule> rules;        // the rules that handled some node, each once
+    std::vector<QMValidationError> issues;  // copies of the issues its patterns found
+    // Pattern by pattern: the pattern, then each node one of its rules handled, in
+    // document order, as the rule, followed by the issues found there.
+    std::vector<QMRunEvent> events;
+};
+
 struct QMValidationResult {
     bool valid = false;
     std::vector<QMValidationError> errors;
     std::vector<QMValidationError> warnings;  // severities "Warning" and "Info"
     std::optional<std::vector<std::string>> patterns;
     std::optional<std::vector<std::string>> schemaFiles;
+    // The runs of the Schematron rule sets, in order, when the standard run was asked to
+    // trace them; nullopt otherwise (the compatible profile never traces). Issues found
+    // outside a rule set's patterns (XML Schema findings, a run stopped by its budget)
+    // are in errors and warnings only.
+    std::optional<std::vector<QMRuleSetTrace>> traces;
 
     // 1 passed, 2 warnings only, 3 errors (0, not validated, is never derived).
     int64_t status() const;

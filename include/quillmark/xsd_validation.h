@@ -57,8 +57,21 @@ public:
     // libxml2's negative code) when libxml2 fails without a finding: the document is
     // then not validated. Safe to call from several threads.
     std::optional<QMValidationResult> validate(const xml::Document& document, Error* error) const;
+    // The findings as the standard profile reports them: as validate, and each issue
+    // placed where libxml2 saw it — line and column of the start tag of the element or
+    // attribute at fault (the column is found in `source`, the document's text, when
+    // given; else 0), that node's location path in `location` ("/Invoice[1]/@currencyID")
+    // — with the message on one line and schemaTitle = the XSD's file name
+    // ("UBL-Invoice-2.1.xsd"). A finding without a node keeps libxml2's line and column.
+    std::optional<QMValidationResult> validateLocated(const xml::Document& document, const std::string* source,
+                                                      Error* error) const;
+
+    // How findings become issues.
+    enum class FindingStyle { Plain, Located };
 
 private:
+    std::optional<QMValidationResult> validateReporting(const xml::Document& document, FindingStyle style,
+                                                        const std::string* source, Error* error) const;
     CompiledXSD(std::string path, _xmlSchema* schema) : path_(std::move(path)), schema_(schema) {}
     std::string path_;
     _xmlSchema* schema_;

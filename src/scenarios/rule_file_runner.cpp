@@ -10,6 +10,9 @@ namespace {
 void append(QMValidationResult& into, QMValidationResult&& part) {
     for (auto& issue : part.errors) into.errors.push_back(std::move(issue));
     for (auto& issue : part.warnings) into.warnings.push_back(std::move(issue));
+    if (!part.traces) return;
+    if (!into.traces) into.traces.emplace();
+    for (auto& trace : *part.traces) into.traces->push_back(std::move(trace));
 }
 
 }  // namespace
@@ -88,7 +91,11 @@ void RuleFileRunner::runOne(const xml::Document& document, const std::string& pa
         return;
     }
     Error error;
-    std::optional<QMValidationResult> result = std::get<std::shared_ptr<const CompiledXSD>>(loaded)->validate(document, &error);
+    const CompiledXSD& xsd = *std::get<std::shared_ptr<const CompiledXSD>>(loaded);
+    // The standard profile places XSD findings like its own; the compatible one keeps them unplaced.
+    std::optional<QMValidationResult> result = semantics_ == Semantics::Standard
+                                                   ? xsd.validateLocated(document, source, &error)
+                                                   : xsd.validate(document, &error);
     if (!result) {
         into.failures.push_back(path + ": " + error.message());
         return;
@@ -108,6 +115,8 @@ FilesOutcome RuleFileRunner::run(const xml::Document& document, const std::vecto
                                  const std::string* source) {
     FilesOutcome outcome;
     outcome.result.schemaFiles = files;
+    // Traced runs: even a document that only XML Schemas check gets its (empty) trace.
+    if (semantics_ == Semantics::Standard && runOptions_.trace) outcome.result.traces.emplace();
     for (const std::string& path : files) runOne(document, path, source, outcome);
     outcome.result.valid = outcome.result.errors.empty() && outcome.failures.empty();
     return outcome;

@@ -39,6 +39,8 @@ public:
     ~RuleFileRunner();
 
     // `source` is the document's text when the caller has it (for the columns of issues).
+    // With RunOptions::trace in the standard profile, the result carries the traces of
+    // the rule sets in file order (engaged even when none ran); XSD findings are issues only.
     FilesOutcome run(const xml::Document& document, const std::vector<std::string>& files,
                      const std::string* source = nullptr);
     // Loads a file ahead of the documents; nullopt when it can be used, else why not.

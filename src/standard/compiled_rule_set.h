@@ -50,6 +50,8 @@ struct CompiledAssertion {
 
 struct CompiledRule {
     std::string id;
+    std::string role;  // the rule's own role and flag (its assertions inherit them), for reports
+    std::string flag;
     std::unique_ptr<xpath::MatchPattern> context;
     std::vector<CompiledLet> lets;  // defined for each node the rule handles
     std::vector<CompiledAssertion> assertions;
@@ -101,6 +103,10 @@ struct RunOptions {
     // The document's text as read, when the caller has it: issues then carry the column
     // of the offending start tag, not only its line.
     const std::string* source = nullptr;
+    // The result then carries the run step by step (QMValidationResult::traces): the
+    // patterns, the rules that fired on each node, and the issues found there. Costs a
+    // copy of every issue and a record per node handled; off for ordinary runs.
+    bool trace = false;
 };
 
 class CompiledRuleSet {

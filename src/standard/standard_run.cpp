@@ -9,6 +9,7 @@
 #include "quillmark/log.h"
 #include "standard/compiled_rule_set.h"
 #include "standard/node_location.h"
+#include "standard/run_trace.h"
 #include "xpath/axes.h"
 #include "xpath/error.h"
 #include "xpath/sequence_operations.h"
@@ -57,7 +58,9 @@ public:
           document_(document),
           source_(options.source),
           context_(options.limits),
-          findings_(rules.patterns_.size()) {}
+          findings_(rules.patterns_.size()) {
+        if (options.trace) trace_.emplace(rules.patterns_.size());
+    }
 
     QMValidationResult run() {
         const xmlNode* root = document_.node().raw();
@@ -106,6 +109,7 @@ private:
             for (uint32_t candidate : pattern.index.candidates(kind, name)) {
                 const CompiledRule& rule = pattern.rules[candidate];
                 if (!contextMatches(rule, node)) continue;
+                if (trace_) trace_->fired(index, rule, findings_[index].size());
                 runRule(pattern, rule, node, findings_[index]);
                 break;
             }
@@ -250,6 +254,9 @@ private:
 
     QMValidationResult result() {
         QMValidationResult result;
+        if (trace_) {
+            result.traces.emplace(1, trace_->finish(rules_.patterns_, findings_, rules_.title_, *rules_.document_));
+        }
         findings_.push_back(std::move(aborted_));
         for (std::vector<QMValidationError>& issues : findings_) {
             for (QMValidationError& issue : issues) {
@@ -267,6 +274,7 @@ private:
     std::vector<std::vector<QMValidationError>> findings_;  // per pattern
     std::vector<QMValidationError> aborted_;  // the issue of a run that ran out of budget
     std::unordered_set<const CompiledRule*> reportedContexts_;
+    std::optional<RunTrace> trace_;  // only when asked for
 };
 
 QMValidationResult CompiledRuleSet::validate(const xml::Document& document, const RunOptions& options) const {

@@ -90,7 +90,8 @@ std::string firstProblem(const std::vector<LibxmlReport>& reports) {
 
 void ReportCollector::add(xml::detail::LibxmlErrorArg error) {
     if (!error || error->level == XML_ERR_NONE) return;
-    reports_.push_back({error->level == XML_ERR_WARNING, error->message ? error->message : ""});
+    reports_.push_back({error->level == XML_ERR_WARNING, error->message ? error->message : "",
+                        static_cast<const xmlNode*>(error->node), error->line, error->int2});
 }
 
 void ReportCollector::receive(void* collector, xml::detail::LibxmlErrorArg error) {

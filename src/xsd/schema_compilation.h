@@ -20,6 +20,11 @@ namespace quillmark::xsd {
 struct LibxmlReport {
     bool isWarning = false;
     std::string message;  // libxml2's text, usually ending in a line feed
+    // The node a validity finding is about (an element or an attribute of the validated
+    // tree); null for reports without one.
+    const xmlNode* node = nullptr;
+    int line = 0;    // libxml2's line, 0 when it gave none
+    int column = 0;  // libxml2's column (parser reports only), 0 when it gave none
 };
 
 // Collects the reports of one libxml2 operation.

@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
@@ -27,7 +28,9 @@
 #include "quillmark/unicode.h"
 #include "quillmark/xml.h"
 #include "quillmark/xsd_validation.h"
+#include "standard/node_location.h"
 #include "xml/libxml_support.h"
+#include "xml/parse_errors.h"
 #include "xml/safe_parse.h"
 #include "xsd/schema_compilation.h"
 
@@ -159,6 +162,71 @@ QMValidationError xsdIssue(std::string message, std::string role, const std::str
     return issue;
 }
 
+// The attribute of `element` that a finding is about. libxml2 gives the element as the
+// node and names the attribute only in its message: "Element 'Line', attribute 'unit':
+// ..." ("{URI}local" for a name in a namespace). Null when the message names none.
+const xmlNode* attributeNamedIn(const std::string& message, const xmlNode* element) {
+    constexpr std::string_view kMarker = "', attribute '";
+    const size_t marker = message.find(kMarker);
+    if (element->type != XML_ELEMENT_NODE || marker == std::string::npos) return nullptr;
+    const size_t start = marker + kMarker.size();
+    const size_t end = message.find('\'', start);
+    if (end == std::string::npos) return nullptr;
+    std::string_view name(message.data() + start, end - start);
+    std::string_view uri;
+    if (name.starts_with('{') && name.find('}') != std::string_view::npos) {
+        uri = name.substr(1, name.find('}') - 1);
+        name.remove_prefix(name.find('}') + 1);
+    }
+    for (const xmlAttr* attribute = element->properties; attribute; attribute = attribute->next) {
+        const std::string attributeURI = attribute->ns ? xml::detail::toString(attribute->ns->href) : std::string();
+        if (xml::detail::toString(attribute->name) == name && attributeURI == uri) {
+            return reinterpret_cast<const xmlNode*>(attribute);
+        }
+    }
+    return nullptr;
+}
+
+// Places a finding as the standard profile reports it: at the start tag of the node
+// libxml2 names (its element's, for an attribute), with the node's location path;
+// a report without a node keeps libxml2's own line and column.
+void locate(QMValidationError& issue, const LibxmlReport& report, const std::string* source) {
+    if (!report.node) {
+        issue.line = std::max(report.line, 0);
+        issue.column = issue.line > 0 ? std::max(report.column, 0) : 0;
+        return;
+    }
+    const xmlNode* attribute = attributeNamedIn(issue.message, report.node);
+    const xmlNode* node = attribute ? attribute : report.node;
+    const standard::SourcePosition position = standard::sourcePosition(node, source);
+    issue.line = position.line;
+    issue.column = position.column;
+    issue.location = standard::locationPath(node);
+}
+
+// The issue of one libxml2 report; none for a report without text. Plain findings keep
+// the compatible form (libxml2's text trimmed, the schema named by its base name, no
+// position); located ones have the message on one line and the schema's file name.
+std::optional<QMValidationError> findingIssue(const LibxmlReport& report, const std::string& schemaPath,
+                                              CompiledXSD::FindingStyle style, const std::string* source) {
+    const std::string role = report.isWarning ? "warning" : "error";
+    switch (style) {
+    case CompiledXSD::FindingStyle::Plain: {
+        std::string message = trimWhiteSpace(validUtf8(report.message));
+        if (message.empty()) return std::nullopt;
+        return xsdIssue(std::move(message), role, schemaBaseName(schemaPath));
+    }
+    case CompiledXSD::FindingStyle::Located: {
+        std::string message = xml::detail::oneLine(validUtf8(report.message).c_str());
+        if (message.empty()) return std::nullopt;
+        QMValidationError issue = xsdIssue(std::move(message), role, std::filesystem::path(schemaPath).filename().string());
+        locate(issue, report, source);
+        return issue;
+    }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 std::vector<QMValidationError> xsdIssuesFromValidationErrors(const std::string& validationErrors,
@@ -213,7 +281,7 @@ std::optional<QMValidationResult> QMSchematronValidator::validateXMLWithXSDFile(
         // The standard profile reports libxml2's findings like any other.
         auto schema = CompiledXSD::load(xsdPath, error);
         if (!schema) return std::nullopt;
-        return schema->validate(*document, error);
+        return schema->validateLocated(*document, &xml, error);
     }
     Error local;
     auto name = validateWithXSD(*document, xsdPath, &local);
@@ -253,22 +321,27 @@ std::shared_ptr<const CompiledXSD> CompiledXSD::load(const std::string& path, Er
 CompiledXSD::~CompiledXSD() { xmlSchemaFree(schema_); }
 
 std::optional<QMValidationResult> CompiledXSD::validate(const xml::Document& document, Error* error) const {
+    return validateReporting(document, FindingStyle::Plain, nullptr, error);
+}
+
+std::optional<QMValidationResult> CompiledXSD::validateLocated(const xml::Document& document, const std::string* source,
+                                                               Error* error) const {
+    return validateReporting(document, FindingStyle::Located, source, error);
+}
+
+std::optional<QMValidationResult> CompiledXSD::validateReporting(const xml::Document& document, FindingStyle style,
+                                                                 const std::string* source, Error* error) const {
     ReportCollector reports;
     int rc = 0;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         rc = xsd::validateTree(schema_, document.raw(), reports);
     }
-    const std::string title = schemaBaseName(path_);
     QMValidationResult result;
     for (const LibxmlReport& report : reports.reports()) {
-        std::string message = trimWhiteSpace(validUtf8(report.message));
-        if (message.empty()) continue;
-        if (report.isWarning) {
-            result.warnings.push_back(xsdIssue(std::move(message), "warning", title));
-        } else {
-            result.errors.push_back(xsdIssue(std::move(message), "error", title));
-        }
+        std::optional<QMValidationError> issue = findingIssue(report, path_, style, source);
+        if (!issue) continue;
+        (report.isWarning ? result.warnings : result.errors).push_back(std::move(*issue));
     }
     if (rc != 0 && result.errors.empty()) {
         // libxml2 gave up without saying why (an internal error): not validated.
