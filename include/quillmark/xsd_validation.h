@@ -66,7 +66,7 @@ public:
     std::optional<QMValidationResult> validateLocated(const xml::Document& document, const std::string* source,
                                                       Error* error) const;
 
-    // How findings become issues.
+    // How findings become issues: Plain for validate, Located for validateLocated.
     enum class FindingStyle { Plain, Located };
 
 private:

@@ -220,6 +220,7 @@ std::optional<QMValidationError> findingIssue(const LibxmlReport& report, const 
         std::string message = xml::detail::oneLine(validUtf8(report.message).c_str());
         if (message.empty()) return std::nullopt;
         QMValidationError issue = xsdIssue(std::move(message), role, std::filesystem::path(schemaPath).filename().string());
+        issue.semantics = Semantics::Standard;
         locate(issue, report, source);
         return issue;
     }
