@@ -62,9 +62,17 @@ struct SchematronSchema {
     std::shared_ptr<xml::Document> document;
 };
 
+// One line of an issue's explanation: a part of the test as written in the rule set, and
+// its value at the offending node as text ("200.01", "\"EUR\" (@currencyID)", "()").
+struct QMExplanationLine {
+    std::string expression;
+    std::string value;
+    friend bool operator==(const QMExplanationLine&, const QMExplanationLine&) = default;
+};
+
 struct QMValidationError {
     std::string pattern;
-    std::string rule;
+    std::string rule;  // the rule's id; in the standard run its context when it has no id
     std::string assertion;
     std::string assertionId;
     std::string test;
@@ -80,6 +88,12 @@ struct QMValidationError {
     // How the severity is read: the compatible rules (PEPPOL ids are information, the
     // role is searched for words) or the standard ones (flag, else role, as words).
     Semantics semantics = Semantics::Compatible;
+    // The rule set that found the issue: its title, or its file name when it has none
+    // (standard run; empty where not known).
+    std::string ruleSet;
+    // The values that made the test fail (or the report fire), a dozen lines at most:
+    // filled by the standard run when asked to explain (RunOptions::explain), else empty.
+    std::vector<QMExplanationLine> explanation;
 
     // "Error", "Warning" or "Info", derived on every call.
     std::string severity() const;

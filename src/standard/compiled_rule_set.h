@@ -103,6 +103,9 @@ struct RunOptions {
     // The document's text as read, when the caller has it: issues then carry the column
     // of the offending start tag, not only its line.
     const std::string* source = nullptr;
+    // Issues of failed asserts and fired reports then carry the values that made the
+    // test fail (see explanation.h); the subexpressions are evaluated again for them.
+    bool explain = false;
     // The result then carries the run step by step (QMValidationResult::traces): the
     // patterns, the rules that fired on each node, and the issues found there. Costs a
     // copy of every issue and a record per node handled; off for ordinary runs.

@@ -4,10 +4,12 @@
 // computed once per document on first use, rule variables once per node handled on
 // first use. One walk of the document serves every pattern.
 
+#include <filesystem>
 #include <unordered_set>
 
 #include "quillmark/log.h"
 #include "standard/compiled_rule_set.h"
+#include "standard/explanation.h"
 #include "standard/node_location.h"
 #include "standard/run_trace.h"
 #include "xpath/axes.h"
@@ -57,6 +59,7 @@ public:
         : rules_(rules),
           document_(document),
           source_(options.source),
+          explain_(options.explain),
           context_(options.limits),
           findings_(rules.patterns_.size()) {
         if (options.trace) trace_.emplace(rules.patterns_.size());
@@ -140,6 +143,10 @@ private:
                 const bool holds = assertion.test->effectiveBooleanValue(context_);
                 if (holds != assertion.report) continue;
                 into.push_back(issue(pattern, rule, assertion, node, renderMessage(assertion, node)));
+                if (explain_) {
+                    into.back().explanation =
+                        explainTest(*assertion.test, context_, holds, LetsInScope{rule.lets, rules_.globals_});
+                }
             } catch (const XPathError& error) {
                 if (error.code() == xpath::ErrorCode::QMXP0001) throw;
                 into.push_back(dynamicErrorIssue(pattern, rule, assertion, node, error, "the test " + assertion.test->text()));
@@ -205,12 +212,13 @@ private:
         QMValidationError issue;
         issue.semantics = Semantics::Standard;
         issue.pattern = pattern.id;
-        issue.rule = rule.id;
+        issue.rule = rule.id.empty() ? rule.context->text() : rule.id;
         issue.assertion = assertion.id;
         issue.assertionId = assertion.id;
         issue.test = assertion.test->text();
         issue.location = locationPath(node);
         issue.schemaTitle = rules_.title_;
+        issue.ruleSet = ruleSetName();
         const SourcePosition position = sourcePosition(node, source_);
         issue.line = position.line;
         issue.column = position.column;
@@ -248,8 +256,15 @@ private:
         issue.role = "error";
         issue.location = "/";
         issue.schemaTitle = rules_.title_;
+        issue.ruleSet = ruleSetName();
         issue.message = "Validation stopped: " + std::string(error.what());
         return issue;
+    }
+
+    // The rule set's title, or its file name when it has none.
+    std::string ruleSetName() const {
+        if (!rules_.title_.empty()) return rules_.title_;
+        return std::filesystem::path(rules_.path_).filename().string();
     }
 
     QMValidationResult result() {
@@ -270,6 +285,7 @@ private:
     const CompiledRuleSet& rules_;
     const xml::Document& document_;
     const std::string* source_;
+    bool explain_;
     DynamicContext context_;
     std::vector<std::vector<QMValidationError>> findings_;  // per pattern
     std::vector<QMValidationError> aborted_;  // the issue of a run that ran out of budget

@@ -89,6 +89,7 @@ public:
     SequenceExpression(size_t offset, ExpressionList items) : Expression(offset), items_(std::move(items)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool usesPosition() const override;
+    const ExpressionList& items() const { return items_; }
 
 private:
     ExpressionList items_;
@@ -107,6 +108,9 @@ public:
     VariableReference(size_t offset, VariableScope scope, size_t slot, std::string name)
         : Expression(offset), scope_(scope), slot_(slot), name_(std::move(name)) {}
     Sequence evaluate(DynamicContext& context) const override;
+    VariableScope scope() const { return scope_; }
+    size_t slot() const { return slot_; }
+    const std::string& name() const { return name_; }
 
 private:
     VariableScope scope_;
@@ -122,6 +126,8 @@ public:
     bool effectiveBooleanValue(DynamicContext& context) const override;
     bool yieldsBoolean() const override;
     bool usesPosition() const override;
+    const FunctionDefinition& function() const { return *function_; }
+    const ExpressionList& arguments() const { return arguments_; }
 
 private:
     Sequence callUserFunction(DynamicContext& context, Arguments& arguments) const;
@@ -149,6 +155,8 @@ public:
         : Expression(offset), op_(op), left_(std::move(left)), right_(std::move(right)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool usesPosition() const override { return left_->usesPosition() || right_->usesPosition(); }
+    const Expression& left() const { return *left_; }
+    const Expression& right() const { return *right_; }
 
 private:
     ArithmeticOperator op_;
@@ -161,6 +169,7 @@ public:
         : Expression(offset), negative_(negative), operand_(std::move(operand)) {}
     Sequence evaluate(DynamicContext& context) const override;
     bool usesPosition() const override { return operand_->usesPosition(); }
+    const Expression& operand() const { return *operand_; }
 
 private:
     bool negative_;
@@ -175,6 +184,8 @@ public:
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsBoolean() const override { return true; }
     bool usesPosition() const override { return left_->usesPosition() || right_->usesPosition(); }
+    const Expression& left() const { return *left_; }
+    const Expression& right() const { return *right_; }
 
 protected:
     ComparisonOperator op_;
@@ -221,6 +232,9 @@ public:
     bool effectiveBooleanValue(DynamicContext& context) const override;
     bool yieldsBoolean() const override { return true; }
     bool usesPosition() const override { return left_->usesPosition() || right_->usesPosition(); }
+    LogicalOperator op() const { return op_; }
+    const Expression& left() const { return *left_; }
+    const Expression& right() const { return *right_; }
 
 private:
     LogicalOperator op_;
@@ -263,6 +277,9 @@ public:
     bool effectiveBooleanValue(DynamicContext& context) const override;
     bool yieldsBoolean() const override { return then_->yieldsBoolean() && else_->yieldsBoolean(); }
     bool usesPosition() const override;
+    const Expression& condition() const { return *condition_; }
+    const Expression& thenBranch() const { return *then_; }
+    const Expression& elseBranch() const { return *else_; }
 
 private:
     ExpressionPtr condition_, then_, else_;
@@ -298,6 +315,9 @@ public:
     bool effectiveBooleanValue(DynamicContext& context) const override;
     bool yieldsBoolean() const override { return true; }
     bool usesPosition() const override;
+    Quantifier quantifier() const { return quantifier_; }
+    const std::vector<VariableBinding>& bindings() const { return bindings_; }
+    const Expression& test() const { return *test_; }
 
 private:
     bool holds(DynamicContext& context, size_t index) const;
@@ -362,6 +382,7 @@ public:
     Sequence evaluate(DynamicContext& context) const override;
     bool yieldsBoolean() const override { return castableTest_ || target_ == AtomicType::Boolean; }
     bool usesPosition() const override { return operand_->usesPosition(); }
+    const Expression& operand() const { return *operand_; }
 
 private:
     bool castable(const Sequence& value) const;
