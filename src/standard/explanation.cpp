@@ -101,9 +101,8 @@ public:
     }
 
     Span whole() const { return trimmed(Span{0, text_.size()}); }
-    std::string shown(Span span, size_t length) const {
-        return shortened(collapsed(std::string_view(text_).substr(span.begin, span.end - span.begin)), length);
-    }
+    // The span's text on one line.
+    std::string of(Span span) const { return collapsed(std::string_view(text_).substr(span.begin, span.end - span.begin)); }
 
     // The token starting at `offset`, if one does.
     std::optional<size_t> tokenAt(size_t offset) const {
@@ -457,7 +456,7 @@ private:
         if (depth > 0) {
             if (const auto inner = passedTo(node, span)) return operand(inner->first, inner->second, depth);
         }
-        const std::string expression = text_.shown(span, limits_.maxExpressionLength);
+        const std::string expression = text_.of(span);
         if (expression.empty() || !claim(expression)) return;
         const Evaluated<Sequence> value = evaluate(node);
         if (!value.value) {
@@ -596,7 +595,7 @@ private:
     std::optional<bool> booleanOf(const Expression& node, Span span) {
         const Evaluated<bool> value = evaluateBoolean(node);
         if (value.value) return value.value;
-        const std::string expression = text_.shown(span, limits_.maxExpressionLength);
+        const std::string expression = text_.of(span);
         if (claim(expression)) addLine(expression, value.error);
         return std::nullopt;
     }
@@ -630,9 +629,10 @@ private:
     // True the first time a text is asked for: no text gets two lines.
     bool claim(const std::string& expression) { return shown_.insert(expression).second; }
 
-    void addLine(std::string expression, std::string value) {
+    // A line, the expression's text cut to its length limit.
+    void addLine(const std::string& expression, std::string value) {
         if (lines_.size() >= lineBudget_) return;
-        lines_.push_back(QMExplanationLine{std::move(expression), std::move(value)});
+        lines_.push_back(QMExplanationLine{shortened(expression, limits_.maxExpressionLength), std::move(value)});
     }
 
     bool finished() const { return budgetSpent_ || lines_.size() >= lineBudget_; }

@@ -127,6 +127,11 @@ INSTANTIATE_TEST_SUITE_P(
                         {R"~(string(string(string(string(string(total))))) = "200")~",
                          R"~(string(string(string(string(total)))) = "200")~", R"~(string(string(string(total))) = "200")~",
                          R"~(string(string(total)) = "200")~"}},
+        ExplanationCase{"LongTextsCutAlikeStillGetLinesOfTheirOwn",
+                        R"~(<assert test="sum((total, total, total, total, total, total, total, total, total, total, total, total)) div 100 = 1">x</assert>)~",
+                        {"sum((total, total, total, total, total, total, total, total, total, total, total… = 24",
+                         "sum((total, total, total, total, total, total, total, total, total, total, total… = 2400",
+                         R"~((total, total, total, total, total, total, total, total, total, total, total, to… = "200" (total), "200" (total), "200" (total), … (12 items))~"}},
         ExplanationCase{"TwelveLinesAtMost",
                         R"~(<assert test="a1 and a2 and a3 and a4 and a5 and a6 and a7 and a8 and a9 and a10 and a11
                            and a12 and a13">x</assert>)~",
