@@ -46,12 +46,20 @@ int usageError(CLI::App* command, const std::string& what) {
 
 // What the command line holds that the command (or, before it, the tool) does not
 // take, as a reason; "" when there is nothing.
+// CLI11 keeps the "--" that ends the options among them; after it, every word is an
+// argument.
 std::string unknownArgument(const std::vector<std::string>& extras, bool isCommand, CLI::App& app) {
-    if (extras.empty()) return "";
-    const std::string& first = extras.front();
-    if (first.starts_with("-") && first.size() > 1) return "unknown option " + first;
-    if (!isCommand) return "unknown command '" + first + "' (the commands are " + commandNames(app) + ")";
-    return "unexpected argument '" + first + "'";
+    bool optionsEnded = false;
+    for (const std::string& word : extras) {
+        if (word == "--" && !optionsEnded) {
+            optionsEnded = true;
+            continue;
+        }
+        if (!optionsEnded && word.starts_with("-") && word.size() > 1) return "unknown option " + word;
+        if (!isCommand) return "unknown command '" + word + "' (the commands are " + commandNames(app) + ")";
+        return "unexpected argument '" + word + "'";
+    }
+    return "";
 }
 
 // The usage error for words that no option takes, if there are any: those before the

@@ -216,17 +216,11 @@ int runValidate(const ValidateOptions& options) {
     return status;
 }
 
-std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
 // Accepts a format name in any case; the option then holds it in lower case.
 CLI::Validator formatName() {
     return CLI::Validator(
         [](std::string& value) -> std::string {
-            const std::string name = lowerCase(value);
+            const std::string name = CLI::ignore_case(value);
             if (!formatsByName().contains(name)) return "use text, json or svrl, not '" + value + "'";
             value = name;
             return "";

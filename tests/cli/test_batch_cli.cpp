@@ -1,8 +1,12 @@
 // `quillmark validate` on batches: folder arguments, --jobs, the closing summary line,
 // and --output-dir; stdout, stderr and the exit status together.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
 
 #include <filesystem>
 #include <regex>
@@ -25,8 +29,26 @@ const std::string kMissingFields = sourcePath("examples/invoice-missing-fields.x
 
 // The summary line's time varies from run to run: "(0.3 s)" becomes "(T s)".
 std::string withoutTime(const std::string& stderrText) {
-    static const std::regex time(R"(\(\d+\.\d s\)\n)");
-    return std::regex_replace(stderrText, time, "(T s)\n");
+    static const std::regex time(R"(\(\d+\.\d s\)(\r?\n))");
+    return std::regex_replace(stderrText, time, "(T s)$1");
+}
+
+// Runs the tool with stderr on a new pseudo-terminal (stdout to a file); gives what the
+// terminal received, line breaks as a terminal writes them ("\r\n").
+std::string stderrOnATerminal(const std::vector<std::string>& arguments, const std::string& stdoutFile) {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal < 0 || ::grantpt(terminal) != 0 || ::unlockpt(terminal) != 0) return "no pseudo-terminal";
+    const auto quoted = [](const std::string& word) { return "'" + word + "'"; };
+    std::string command = quoted(QUILLMARK_CLI_PATH);
+    for (const std::string& argument : arguments) command += " " + quoted(argument);
+    command += " >" + quoted(stdoutFile) + " 2>" + quoted(::ptsname(terminal));
+    const int status = std::system(command.c_str());
+    std::string received = WIFEXITED(status) ? "" : "the tool did not exit";
+    ::fcntl(terminal, F_SETFL, O_NONBLOCK);
+    char buffer[4096];
+    for (ssize_t n; (n = ::read(terminal, buffer, sizeof buffer)) > 0;) received.append(buffer, static_cast<size_t>(n));
+    ::close(terminal);
+    return received;
 }
 
 // Every file below the directory, by path relative to it, with its text.
@@ -239,6 +261,19 @@ TEST_F(BatchCliTest, SeveralSvrlDocumentsNeedAnOutputDirectory) {
     EXPECT_EQ(one.out, runCli({"validate", "--format", "svrl", "--schema", kRules, path("one/a.xml")}).out);
     EXPECT_EQ(withoutTime(one.err), "1 file: 1 valid, 0 invalid, 0 not validated (T s)\n");
     EXPECT_EQ(one.exitCode, 0);
+}
+
+// While stderr is a terminal, "[done/total] path" names the file being validated; the
+// line is erased before any output and at the end, so that the summary starts clean.
+// (Every other test runs without a terminal and sees no progress line.)
+TEST_F(BatchCliTest, ProgressLineShowsOnATerminalOnly) {
+    write("batch/a.xml", testing::readFile(kValid));
+    write("batch/b.xml", testing::readFile(kMissingFields));
+    const std::string erase = "\r\x1b[K";
+    EXPECT_EQ(withoutTime(stderrOnATerminal({"validate", "--schema", kRules, path("batch")}, path("out.txt"))),
+              erase + "[0/2] " + path("batch/a.xml") + erase + erase + "[1/2] " + path("batch/b.xml") + erase +
+                  "2 files: 1 valid, 1 invalid, 0 not validated (T s)\r\n");
+    EXPECT_EQ(testing::readFile(path("out.txt")), runCli({"validate", "--schema", kRules, path("batch")}).out);
 }
 
 }  // namespace

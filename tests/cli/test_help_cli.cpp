@@ -71,6 +71,8 @@ TEST(HelpCli, AWrongCommandLineIsNamedInOneLine) {
         {{"--verbose", "validate", invoice}, "quillmark: unknown option --verbose; see 'quillmark --help'"},
         {{}, "quillmark: name a command: tokens, ast, eval, validate, catalog, scenarios; see 'quillmark --help'"},
         {{"tokens", "a", "b"}, "quillmark tokens: unexpected argument 'b'; see 'quillmark tokens --help'"},
+        // After "--" every word is an argument, even one that looks like an option.
+        {{"tokens", "--", "a", "-b"}, "quillmark tokens: unexpected argument '-b'; see 'quillmark tokens --help'"},
         {{"validate", "--format", "svg", "--schema", rules, invoice},
          "quillmark validate: --format: use text, json or svrl, not 'svg'; see 'quillmark validate --help'"},
         {{"validate", "--jobs", "0", "--schema", rules, invoice},
