@@ -11,7 +11,7 @@ namespace {
 void append(QMValidationResult& merged, const QMValidationResult& part) {
     merged.errors.insert(merged.errors.end(), part.errors.begin(), part.errors.end());
     merged.warnings.insert(merged.warnings.end(), part.warnings.begin(), part.warnings.end());
-    if (part.traces) merged.traces = part.traces;  // one run per document: nothing to merge with
+    if (part.traces) merged.traces = part.traces;  // a document's traced rule sets run in one RuleFileRunner::run
 }
 
 void appendSchemaFiles(QMValidationResult& merged, const std::vector<std::string>& files) {
@@ -28,7 +28,10 @@ void appendOutcome(DocumentOutcome& outcome, scenarios::FilesOutcome&& files) {
 }  // namespace
 
 ValidationSchemas::ValidationSchemas(const ValidationSettings& settings)
-    : runner_(settings.semantics, standard::LoadOptions{settings.phase}, standard::RunOptions{settings.limits}) {
+    // Every run is traced, whatever the format: the trace, which SVRL reports are written
+    // from, costs a small record per node a rule handles and a copy of each issue.
+    : runner_(settings.semantics, standard::LoadOptions{settings.phase},
+              standard::RunOptions{.limits = settings.limits, .trace = true}) {
     catalog_.setSemantics(settings.semantics);
     catalog_.setPhase(settings.phase);
 }

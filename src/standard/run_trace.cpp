@@ -18,7 +18,8 @@ void describeRuleSet(const xml::Document& ruleSet, QMRuleSetTrace& trace) {
     trace.schemaVersion = attributeOf(root, "schemaVersion").value_or("");
     for (const xmlNode* child = root->children; child; child = child->next) {
         if (!isSchematron(child, "ns")) continue;
-        trace.namespaces.emplace_back(attributeOf(child, "prefix").value_or(""), attributeOf(child, "uri").value_or(""));
+        trace.namespaces.emplace_back(attributeOf(child, "prefix").value_or(""),
+                                      attributeOf(child, "uri").value_or(""));
     }
 }
 

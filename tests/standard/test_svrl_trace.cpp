@@ -55,7 +55,8 @@ using Lines = std::vector<std::string>;
 const std::string kDocument = "<a><b n='1'><c/></b><b n='2'/><d/></a>";
 
 TEST(SvrlTrace, IsRecordedOnlyWhenAsked) {
-    const auto rules = compileRuleSet(isoRuleSet("<pattern id='p'><rule context='b'><assert test='false()'/></rule></pattern>"));
+    const auto rules =
+        compileRuleSet(isoRuleSet("<pattern id='p'><rule context='b'><assert test='false()'/></rule></pattern>"));
     const auto document = testing::parseXML(kDocument);
     ASSERT_TRUE(document);
     const QMValidationResult plain = rules->validate(*document);
@@ -156,7 +157,8 @@ TEST(SvrlTrace, ListsTheActivePhasesPatternsOnly) {
 // result only.
 TEST(SvrlTrace, KeepsDynamicErrorsUnderTheirRuleAndLeavesTheStopOut) {
     const std::string failing = isoRuleSet(
-        "<pattern id='p'><rule context='b'><assert id='bad' test=\"xs:integer(concat(@n, 'x')) = 1\"/></rule></pattern>");
+        "<pattern id='p'><rule context='b'><assert id='bad' test=\"xs:integer(concat(@n, 'x')) = 1\"/></rule>"
+        "</pattern>");
     EXPECT_EQ(eventLines(onlyTrace(tracedRun(failing, kDocument))),
               (Lines{"pattern p", "rule b", std::string(standard::kDynamicErrorType) + " bad@/a[1]/b[1]", "rule b",
                      std::string(standard::kDynamicErrorType) + " bad@/a[1]/b[2]"}));
