@@ -61,8 +61,9 @@ public:
     // placed where libxml2 saw it — line and column of the start tag of the element or
     // attribute at fault (the column is found in `source`, the document's text, when
     // given; else 0), that node's location path in `location` ("/Invoice[1]/@currencyID")
-    // — with the message on one line and schemaTitle = the XSD's file name
-    // ("UBL-Invoice-2.1.xsd"). A finding without a node keeps libxml2's line and column.
+    // — with the message on one line, schemaTitle and ruleSet = the XSD's file name
+    // ("UBL-Invoice-2.1.xsd") and the standard severity rules. A finding without a node
+    // keeps libxml2's line and column.
     std::optional<QMValidationResult> validateLocated(const xml::Document& document, const std::string* source,
                                                       Error* error) const;
 

@@ -206,7 +206,8 @@ void locate(QMValidationError& issue, const LibxmlReport& report, const std::str
 
 // The issue of one libxml2 report; none for a report without text. Plain findings keep
 // the compatible form (libxml2's text trimmed, the schema named by its base name, no
-// position); located ones have the message on one line and the schema's file name.
+// position); located ones have the message on one line and the schema's file name as
+// schemaTitle and ruleSet.
 std::optional<QMValidationError> findingIssue(const LibxmlReport& report, const std::string& schemaPath,
                                               CompiledXSD::FindingStyle style, const std::string* source) {
     const std::string role = report.isWarning ? "warning" : "error";
@@ -219,7 +220,9 @@ std::optional<QMValidationError> findingIssue(const LibxmlReport& report, const 
     case CompiledXSD::FindingStyle::Located: {
         std::string message = xml::detail::oneLine(validUtf8(report.message).c_str());
         if (message.empty()) return std::nullopt;
-        QMValidationError issue = xsdIssue(std::move(message), role, std::filesystem::path(schemaPath).filename().string());
+        const std::string fileName = std::filesystem::path(schemaPath).filename().string();
+        QMValidationError issue = xsdIssue(std::move(message), role, fileName);
+        issue.ruleSet = fileName;  // an XML Schema has no title
         issue.semantics = Semantics::Standard;
         locate(issue, report, source);
         return issue;

@@ -85,7 +85,8 @@ TEST_F(XSDPositionsTest, FindingsArePlacedAtTheStartTagOfTheNodeAtFault) {
         EXPECT_EQ(places(result), c.places);
         for (const QMValidationError& issue : result.errors) {
             EXPECT_EQ(issue.type + " " + issue.role + " " + issue.severity(), "xsd error Error");
-            EXPECT_EQ(issue.schemaTitle, "order.xsd");
+            EXPECT_EQ(issue.schemaTitle + " " + issue.ruleSet, "order.xsd order.xsd");
+            EXPECT_EQ(issue.semantics, Semantics::Standard);
             EXPECT_EQ(issue.pattern + issue.rule + issue.assertionId, "");
             EXPECT_EQ(issue.message.find('\n'), std::string::npos) << issue.message;
             EXPECT_EQ(issue.message.rfind("Element '", 0), 0u) << issue.message;
