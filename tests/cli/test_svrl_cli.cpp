@@ -77,24 +77,33 @@ std::string content(const xmlNode* node) {
     return text;
 }
 
-// The report's entries in order, one line each: "text MESSAGE", "pattern ID",
-// "rule CONTEXT", "failed-assert ID@LOCATION" or "successful-report ID@LOCATION";
-// namespace bindings are left out.
-Lines entries(const std::string& report) {
-    Lines lines;
+// One line per element below the report's root, in order, as `describe` gives it for
+// the element's local name ("" to leave the element out).
+template <typename Describe>
+Lines describeEntries(const std::string& report, Describe describe) {
     const DocumentPointer document = parse(report);
     if (!document) return {"not well-formed"};
+    Lines lines;
     for (const xmlNode* child = xmlDocGetRootElement(document.get())->children; child; child = child->next) {
         if (child->type != XML_ELEMENT_NODE) continue;
-        const std::string name = reinterpret_cast<const char*>(child->name);
-        if (name == "text") lines.push_back("text " + content(child));
-        if (name == "active-pattern") lines.push_back("pattern " + attribute(child, "id"));
-        if (name == "fired-rule") lines.push_back("rule " + attribute(child, "context"));
-        if (name == "failed-assert" || name == "successful-report") {
-            lines.push_back(name + " " + attribute(child, "id") + "@" + attribute(child, "location"));
-        }
+        std::string line = describe(std::string(reinterpret_cast<const char*>(child->name)), child);
+        if (!line.empty()) lines.push_back(std::move(line));
     }
     return lines;
+}
+
+bool isFinding(const std::string& name) { return name == "failed-assert" || name == "successful-report"; }
+
+// "text MESSAGE", "pattern ID", "rule CONTEXT", "failed-assert ID@LOCATION" or
+// "successful-report ID@LOCATION"; namespace bindings are left out.
+Lines entries(const std::string& report) {
+    return describeEntries(report, [](const std::string& name, const xmlNode* element) -> std::string {
+        if (name == "text") return "text " + content(element);
+        if (name == "active-pattern") return "pattern " + attribute(element, "id");
+        if (name == "fired-rule") return "rule " + attribute(element, "context");
+        if (isFinding(name)) return name + " " + attribute(element, "id") + "@" + attribute(element, "location");
+        return "";
+    });
 }
 
 Lines startingWith(const Lines& lines, const std::string& prefix) {
@@ -107,16 +116,11 @@ Lines startingWith(const Lines& lines, const std::string& prefix) {
 
 // "KIND ID@LOCATION TEST" per failed assert and successful report, sorted.
 Lines findingsOf(const std::string& report) {
-    Lines lines;
-    const DocumentPointer document = parse(report);
-    if (!document) return {"not well-formed"};
-    for (const xmlNode* child = xmlDocGetRootElement(document.get())->children; child; child = child->next) {
-        if (child->type != XML_ELEMENT_NODE) continue;
-        const std::string name = reinterpret_cast<const char*>(child->name);
-        if (name != "failed-assert" && name != "successful-report") continue;
-        lines.push_back(name + " " + attribute(child, "id") + "@" + attribute(child, "location") + " " +
-                        attribute(child, "test"));
-    }
+    Lines lines = describeEntries(report, [](const std::string& name, const xmlNode* element) -> std::string {
+        if (!isFinding(name)) return "";
+        return name + " " + attribute(element, "id") + "@" + attribute(element, "location") + " " +
+               attribute(element, "test");
+    });
     std::sort(lines.begin(), lines.end());
     return lines;
 }
