@@ -1,6 +1,7 @@
 #pragma once
 // The verdict on each document of a `quillmark validate` batch, the exit status they
-// make, and the closing line on stderr when a batch holds more than one document:
+// make, and the closing line on stderr when the batch holds more than one document or
+// comes from a folder:
 //
 //     "915 files: 900 valid, 12 invalid, 3 not validated (41.7 s)"
 //

@@ -241,7 +241,10 @@ CLI::Validator jobCount() {
         "", "N");
 }
 
-constexpr const char* kValidateFooter = R"(Exit status:
+constexpr const char* kValidateFooter = R"(Several files, or a folder, end with a line on stderr such as
+  12 files: 9 valid, 2 invalid, 1 not validated (3.4 s)
+
+Exit status:
   0  every document is valid (warnings allowed)
   1  some document has errors
   2  some document was not validated (unreadable, not well-formed, no rule sets for it,
