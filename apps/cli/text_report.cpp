@@ -69,6 +69,14 @@ std::string summary(const FileReport& report) {
     return fmt::format("{}", fmt::join(parts, ", "));
 }
 
+// The issue line, then its explanation (if any) indented below it.
+void writeIssue(std::ostream& out, const std::string& file, const QMValidationError& issue) {
+    out << issueLine(file, issue) << '\n';
+    for (const auto& line : issue.explanation) {
+        out << "    " << visibleText(line.expression) << " = " << visibleText(line.value) << '\n';
+    }
+}
+
 }  // namespace
 
 std::string collapseWhiteSpace(std::string_view text) {
@@ -88,8 +96,8 @@ std::string collapseWhiteSpace(std::string_view text) {
 
 void writeTextReport(std::ostream& out, const FileReport& report) {
     const std::string file = visibleText(report.file);
-    for (const auto& issue : report.result.errors) out << issueLine(file, issue) << '\n';
-    for (const auto& issue : report.result.warnings) out << issueLine(file, issue) << '\n';
+    for (const auto& issue : report.result.errors) writeIssue(out, file, issue);
+    for (const auto& issue : report.result.warnings) writeIssue(out, file, issue);
     out << file << ": " << summary(report) << '\n';
 }
 
