@@ -142,11 +142,10 @@ TEST_F(ValidateCliTest, UnreadableAndMalformedFilesDoNotStopTheBatch) {
     CommandResult svrl = runCli(
         {"validate", "--format", "svrl", "--output-dir", path("svrl"), "--schema", kRules, missing, kMissingFields});
     EXPECT_EQ(svrl.exitCode, 2);
-    EXPECT_EQ(testing::readFile(path("svrl/missing.svrl")),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-              "<svrl:schematron-output xmlns:svrl=\"http://purl.oclc.org/dsdl/svrl\">\n"
-              "  <svrl:text>not validated: cannot read " + missing + ": No such file or directory</svrl:text>\n"
-              "</svrl:schematron-output>\n");
+    // The report of each file in a file of its own (the SVRL itself is tested with the SVRL output).
+    EXPECT_NE(testing::readFile(path("svrl/missing.svrl"))
+                  .find("<svrl:text>not validated: cannot read " + missing + ": No such file or directory</svrl:text>"),
+              std::string::npos);
     EXPECT_NE(testing::readFile(path("svrl/invoice-missing-fields.svrl")).find("QM-01"), std::string::npos);
 }
 
