@@ -26,15 +26,32 @@ using xpath::TokenKind;
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
+// Where each character of UTF-8 text starts, and the end.
+std::vector<size_t> characterStarts(const std::string& text) {
+    std::vector<size_t> starts;
+    for (size_t at = 0; at < text.size(); ++at) {
+        if ((static_cast<unsigned char>(text[at]) & 0xC0) != 0x80) starts.push_back(at);
+    }
+    starts.push_back(text.size());
+    return starts;
+}
+
 // The first `length` characters of UTF-8 text, "…" marking a cut.
 std::string shortened(const std::string& text, size_t length) {
-    size_t at = 0;
-    for (size_t characters = 0; at < text.size(); ++characters) {
-        if (characters == length) return text.substr(0, at) + "…";
-        ++at;
-        while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) ++at;
-    }
-    return text;
+    const std::vector<size_t> starts = characterStarts(text);
+    if (starts.size() - 1 <= length) return text;
+    return text.substr(0, starts[length]) + "…";
+}
+
+// At most `length` characters of an expression's text: its start and its end, which
+// tell apart long paths that begin alike, around a "…".
+std::string elided(const std::string& text, size_t length) {
+    const std::vector<size_t> starts = characterStarts(text);
+    const size_t characters = starts.size() - 1;
+    if (characters <= length || length < 2) return text;
+    const size_t head = (length - 1) * 2 / 5;
+    const size_t tail = length - 1 - head;
+    return text.substr(0, starts[head]) + "…" + text.substr(starts[characters - tail]);
 }
 
 std::string collapsed(std::string_view text) {
@@ -632,7 +649,7 @@ private:
     // A line, the expression's text cut to its length limit.
     void addLine(const std::string& expression, std::string value) {
         if (lines_.size() >= lineBudget_) return;
-        lines_.push_back(QMExplanationLine{shortened(expression, limits_.maxExpressionLength), std::move(value)});
+        lines_.push_back(QMExplanationLine{elided(expression, limits_.maxExpressionLength), std::move(value)});
     }
 
     bool finished() const { return budgetSpent_ || lines_.size() >= lineBudget_; }
