@@ -14,6 +14,7 @@
 #include "xpath/lexer.h"
 #include "xpath/node_access.h"
 #include "xpath/syntax_tree.h"
+#include "xpath/xml_text.h"
 
 namespace quillmark::standard {
 namespace {
@@ -23,8 +24,6 @@ using xpath::Item;
 using xpath::Sequence;
 using xpath::Token;
 using xpath::TokenKind;
-
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 // Where each character of UTF-8 text starts, and the end.
 std::vector<size_t> characterStarts(const std::string& text) {
@@ -54,21 +53,6 @@ std::string elided(const std::string& text, size_t length) {
     return text.substr(0, starts[head]) + "…" + text.substr(starts[characters - tail]);
 }
 
-std::string collapsed(std::string_view text) {
-    std::string out;
-    bool blank = false;
-    for (char c : text) {
-        if (isBlank(c)) {
-            blank = !out.empty();
-            continue;
-        }
-        if (blank) out += ' ';
-        blank = false;
-        out += c;
-    }
-    return out;
-}
-
 bool isQuotedType(xpath::AtomicType type) {
     return xpath::derivesFrom(type, xpath::AtomicType::String) || type == xpath::AtomicType::UntypedAtomic ||
            type == xpath::AtomicType::AnyURI;
@@ -90,7 +74,7 @@ std::string nodeLabel(const xmlNode* node) {
 std::string displayItem(const Item& item, const ExplanationLimits& limits) {
     if (item.isNode()) {
         const xmlNode* node = item.node().raw();
-        const std::string text = collapsed(xpath::stringValueOf(node));
+        const std::string text = xpath::collapseXmlWhiteSpace(xpath::stringValueOf(node));
         return xpath::quoteText(shortened(text, limits.maxItemLength)) + " (" + nodeLabel(node) + ")";
     }
     const xpath::AtomicValue& value = item.atomic();
@@ -119,7 +103,9 @@ public:
 
     Span whole() const { return trimmed(Span{0, text_.size()}); }
     // The span's text on one line.
-    std::string of(Span span) const { return collapsed(std::string_view(text_).substr(span.begin, span.end - span.begin)); }
+    std::string of(Span span) const {
+        return xpath::collapseXmlWhiteSpace(std::string_view(text_).substr(span.begin, span.end - span.begin));
+    }
 
     // The token starting at `offset`, if one does.
     std::optional<size_t> tokenAt(size_t offset) const {
@@ -132,8 +118,8 @@ public:
     // Without blanks at either end, and without parentheses around the whole.
     Span trimmed(Span span) const {
         for (;;) {
-            while (span.begin < span.end && isBlank(text_[span.begin])) ++span.begin;
-            while (span.end > span.begin && isBlank(text_[span.end - 1])) --span.end;
+            while (span.begin < span.end && xpath::isXmlWhiteSpace(text_[span.begin])) ++span.begin;
+            while (span.end > span.begin && xpath::isXmlWhiteSpace(text_[span.end - 1])) --span.end;
             const std::optional<size_t> open = tokenAt(span.begin);
             if (!open || tokens_[*open].kind != TokenKind::LeftParen) return span;
             const size_t close = partner_[*open];
@@ -330,32 +316,31 @@ public:
         const std::vector<const CompiledLet*> variables = variablesRead();
         // Room is kept for the variables, which say most about a rule written with lets.
         lineBudget_ = limits_.maxLines - std::min(variables.size(), limits_.maxLines / 3);
-        condition(test_.root(), text_.whole(), observed, 0);
+        condition(test_.root(), text_.whole(), observed);
         lineBudget_ = limits_.maxLines;
         for (const CompiledLet* let : variables) showVariable(*let);
         return std::move(lines_);
     }
 
 private:
-    static constexpr int kMaxNesting = 32;
-
-    // The parts of a boolean that decided its value `observed`.
-    void condition(const Expression& node, Span span, bool observed, int nesting) {
-        if (finished() || nesting > kMaxNesting) return;
+    // The parts of a boolean that decided its value `observed`. Recursion follows the
+    // compiled tree, whose depth the parser bounds.
+    void condition(const Expression& node, Span span, bool observed) {
+        if (finished()) return;
         if (const auto* logical = dynamic_cast<const xpath::LogicalExpression*>(&node)) {
-            logicalBranches(*logical, span, observed, nesting);
+            logicalBranches(*logical, span, observed);
             return;
         }
         if (const auto* call = dynamic_cast<const xpath::FunctionCall*>(&node)) {
-            functionCondition(*call, span, observed, nesting);
+            functionCondition(*call, span, observed);
             return;
         }
         if (const auto* quantified = dynamic_cast<const xpath::QuantifiedExpression*>(&node)) {
-            quantifiedCondition(*quantified, span, observed, nesting);
+            quantifiedCondition(*quantified, span, observed);
             return;
         }
         if (const auto* conditional = dynamic_cast<const xpath::IfExpression*>(&node)) {
-            ifCondition(*conditional, span, observed, nesting);
+            ifCondition(*conditional, span, observed);
             return;
         }
         if (const auto* comparison = dynamic_cast<const xpath::ComparisonExpression*>(&node)) {
@@ -369,7 +354,7 @@ private:
     }
 
     // `and` false: its false branches; `or` false: both; the other way round when true.
-    void logicalBranches(const xpath::LogicalExpression& node, Span span, bool observed, int nesting) {
+    void logicalBranches(const xpath::LogicalExpression& node, Span span, bool observed) {
         const auto branches = text_.aroundOperator(span, node.offset());
         if (!branches) {
             operand(node, span, 0);
@@ -383,11 +368,11 @@ private:
                 const std::optional<bool> value = booleanOf(*branch, branchSpan);
                 if (!value || *value != observed) continue;
             }
-            condition(*branch, branchSpan, observed, nesting + 1);
+            condition(*branch, branchSpan, observed);
         }
     }
 
-    void functionCondition(const xpath::FunctionCall& call, Span span, bool observed, int nesting) {
+    void functionCondition(const xpath::FunctionCall& call, Span span, bool observed) {
         const std::optional<std::vector<Span>> arguments = argumentsOf(call, span);
         if (!arguments) {
             operand(call, span, 0);
@@ -395,10 +380,10 @@ private:
         }
         switch (call.function().booleanForm) {
         case xpath::BooleanForm::Not:
-            condition(*call.arguments().front(), arguments->front(), !observed, nesting + 1);
+            condition(*call.arguments().front(), arguments->front(), !observed);
             return;
         case xpath::BooleanForm::Boolean:
-            condition(*call.arguments().front(), arguments->front(), observed, nesting + 1);
+            condition(*call.arguments().front(), arguments->front(), observed);
             return;
         case xpath::BooleanForm::Exists:
         case xpath::BooleanForm::Empty:
@@ -410,7 +395,7 @@ private:
 
     // every false / some true: the first binding that decided it; every true / some
     // false: what was ranged over, and the first binding.
-    void quantifiedCondition(const xpath::QuantifiedExpression& node, Span span, bool observed, int nesting) {
+    void quantifiedCondition(const xpath::QuantifiedExpression& node, Span span, bool observed) {
         const auto parts = text_.quantified(span, node.offset());
         if (!parts || parts->bindings.size() != node.bindings().size()) {
             operand(node, span, 0);
@@ -429,7 +414,7 @@ private:
             const std::string variable = "$" + parts->bindings[index].name;
             if (claim(variable)) addLine(variable, displayValue(context_.locals[node.bindings()[index].slot], limits_));
         }
-        condition(node.test(), parts->test, observed, nesting + 1);
+        condition(node.test(), parts->test, observed);
     }
 
     // Binds the variables from `index` on, tuple by tuple, until the test's value is
@@ -451,7 +436,7 @@ private:
         return false;
     }
 
-    void ifCondition(const xpath::IfExpression& node, Span span, bool observed, int nesting) {
+    void ifCondition(const xpath::IfExpression& node, Span span, bool observed) {
         const auto parts = text_.conditional(span, node.offset());
         if (!parts) {
             operand(node, span, 0);
@@ -459,9 +444,9 @@ private:
         }
         const std::optional<bool> taken = booleanOf(node.condition(), parts->condition);
         if (!taken) return;
-        condition(node.condition(), parts->condition, *taken, nesting + 1);
-        if (*taken) condition(node.thenBranch(), parts->thenBranch, observed, nesting + 1);
-        else condition(node.elseBranch(), parts->elseBranch, observed, nesting + 1);
+        condition(node.condition(), parts->condition, *taken);
+        if (*taken) condition(node.thenBranch(), parts->thenBranch, observed);
+        else condition(node.elseBranch(), parts->elseBranch, observed);
     }
 
     // A line for a value that mattered, then lines for its own operands. Below the top

@@ -137,6 +137,13 @@ INSTANTIATE_TEST_SUITE_P(
                            and a12 and a13">x</assert>)~",
                         {"a1 = ()", "a2 = ()", "a3 = ()", "a4 = ()", "a5 = ()", "a6 = ()", "a7 = ()", "a8 = ()",
                          "a9 = ()", "a10 = ()", "a11 = ()", "a12 = ()"}},
+        ExplanationCase{"TheFalseBranchAtTheStartOfALongAnd",
+                        "<assert test=\"missing" + [] {
+                            std::string rest;
+                            for (int index = 0; index < 60; ++index) rest += " and true()";
+                            return rest;
+                        }() + "\">x</assert>",
+                        {"missing = ()"}},
         ExplanationCase{"AnErrorInAPartTheTestDidNotEvaluateIsItsValue",
                         R"~(<assert test="count(line) = 5 and xs:integer('x') = 1">x</assert>)~",
                         {"count(line) = 2", R"~(line = "100A" (line), "100.01C" (line))~",
