@@ -1,5 +1,5 @@
-// quillmark-viewer [--schemas DIR]... [--language en|de] [FILE...]
-// quillmark-viewer --screenshot OUT.png [--schemas DIR]... FILE
+// quillmark-viewer [--schemas DIR]... [--semantics standard|compatible] [--language en|de] [FILE...]
+// quillmark-viewer --screenshot OUT.png [--schemas DIR]... [--semantics ...] FILE
 //
 // Opens a window per XML document, validates it with the schemas found in the schema
 // folders (given here and in the preferences) and shows the outcome. With
@@ -12,6 +12,7 @@
 #include <QStyleFactory>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "document_window.h"
 #include "quillmark/ui/strings.h"
@@ -38,9 +39,11 @@ int fail(const QString& message) {
     return 2;
 }
 
-int takeScreenshot(const QString& output, const QStringList& schemaFolders, const QStringList& files) {
+int takeScreenshot(const QString& output, const QStringList& schemaFolders, std::optional<Semantics> semantics,
+                   const QStringList& files) {
     if (files.size() != 1) return fail("--screenshot needs exactly one FILE");
     ViewerApplication application(nullptr, schemaFolders);
+    application.setCommandLineSemantics(semantics);
     QString error;
     DocumentWindow* window = application.openFile(files.front(), nullptr, &error);
     if (!window) return fail(QStringLiteral("cannot read %1: %2").arg(files.front(), error));
@@ -66,7 +69,12 @@ int main(int argc, char** argv) {
     QCommandLineOption schemas("schemas", "Validate with the schemas in DIR (repeatable).", "DIR");
     QCommandLineOption screenshot("screenshot", "Render the window of FILE into OUT.png and exit.", "OUT.png");
     QCommandLineOption language("language", "Language of the texts: en or de (default: the locale's).", "LANG");
-    parser.addOptions({schemas, screenshot, language});
+    QCommandLineOption semanticsOption(
+        "semantics",
+        "How rule sets are read this session: standard (XPath 2.0 and ISO Schematron) or compatible (the "
+        "library's documented dialect); default: the preference, else standard.",
+        "PROFILE");
+    parser.addOptions({schemas, screenshot, language, semanticsOption});
     parser.addPositionalArgument("FILE", "XML documents to open.", "[FILE...]");
     parser.process(app);
 
@@ -75,11 +83,17 @@ int main(int argc, char** argv) {
         if (value != "en" && value != "de") return fail("--language takes en or de");
         ui::setLanguageOverride(value == "de" ? ui::Language::German : ui::Language::English);
     }
+    std::optional<Semantics> semantics;
+    if (parser.isSet(semanticsOption)) {
+        semantics = semanticsNamed(parser.value(semanticsOption).toStdString());
+        if (!semantics) return fail("--semantics takes standard or compatible");
+    }
     if (parser.isSet(screenshot))
-        return takeScreenshot(parser.value(screenshot), parser.values(schemas), parser.positionalArguments());
+        return takeScreenshot(parser.value(screenshot), parser.values(schemas), semantics, parser.positionalArguments());
 
     QSettings settings;
     ViewerApplication application(&settings, parser.values(schemas));
+    application.setCommandLineSemantics(semantics);
     const QStringList files = parser.positionalArguments();
     if (files.isEmpty())
         application.newWindow()->show();

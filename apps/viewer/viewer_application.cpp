@@ -16,6 +16,7 @@ namespace {
 
 constexpr const char* kSchemaFoldersKey = "schemaFolders";
 constexpr const char* kRecentFilesKey = "recentFiles";
+constexpr const char* kSemanticsKey = "semantics";
 
 QString canonicalPath(const QString& path) {
     QFileInfo info(path);
@@ -52,14 +53,41 @@ QStringList ViewerApplication::schemaFolders() const {
 void ViewerApplication::setStoredSchemaFolders(const QStringList& folders) {
     if (_settings) _settings->setValue(kSchemaFoldersKey, folders);
     rebuildValidator();
-    for (DocumentWindow* window : _windows) {
-        if (window->hasDocument()) window->validate();
+    revalidateOpenDocuments();
+}
+
+Semantics ViewerApplication::storedSemantics() const {
+    const QString stored = _settings ? _settings->value(kSemanticsKey).toString() : QString();
+    return semanticsNamed(stored.toStdString()).value_or(Semantics::Standard);
+}
+
+Semantics ViewerApplication::semantics() const { return _commandLineSemantics.value_or(storedSemantics()); }
+
+void ViewerApplication::setCommandLineSemantics(std::optional<Semantics> semantics) {
+    _commandLineSemantics = semantics;
+    rebuildValidator();
+    revalidateOpenDocuments();
+}
+
+void ViewerApplication::setStoredPreferences(const QStringList& folders, Semantics semantics) {
+    if (_settings) {
+        _settings->setValue(kSchemaFoldersKey, folders);
+        _settings->setValue(kSemanticsKey, QString::fromUtf8(semanticsName(semantics).data()));
     }
+    rebuildValidator();
+    revalidateOpenDocuments();
 }
 
 void ViewerApplication::rebuildValidator() {
     _validator = std::make_unique<QMSchematronValidator>();
+    _validator->setSemantics(semantics());
     for (const QString& folder : schemaFolders()) _validator->addSchemaDirectory(folder.toStdString());
+}
+
+void ViewerApplication::revalidateOpenDocuments() {
+    for (DocumentWindow* window : _windows) {
+        if (window->hasDocument()) window->validate();
+    }
 }
 
 QStringList ViewerApplication::recentFiles() const {
@@ -135,9 +163,10 @@ void ViewerApplication::showOpenDialog(DocumentWindow* target) {
 }
 
 void ViewerApplication::showPreferences(QWidget* parent) {
-    auto* dialog = new PreferencesDialog(storedSchemaFolders(), parent);
+    auto* dialog = new PreferencesDialog(storedSchemaFolders(), storedSemantics(), parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &QDialog::accepted, this, [this, dialog] { setStoredSchemaFolders(dialog->folders()); });
+    connect(dialog, &QDialog::accepted, this,
+            [this, dialog] { setStoredPreferences(dialog->folders(), dialog->semantics()); });
     dialog->open();
 }
 

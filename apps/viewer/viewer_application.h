@@ -1,12 +1,14 @@
 #pragma once
 // The viewer as a whole: the validator with the schema folders' catalog, the open
-// document windows, recent files and preferences. Schema folders come from the
-// command line (this session only) and from the preferences (remembered).
+// document windows, recent files and preferences. Schema folders and the evaluation
+// profile come from the command line (this session only) and from the preferences
+// (remembered).
 
 #include <QList>
 #include <QObject>
 #include <QStringList>
 #include <memory>
+#include <optional>
 
 #include "quillmark/schematron_validator.h"
 
@@ -30,6 +32,13 @@ public:
     QStringList storedSchemaFolders() const;
     // Remembers the folders, rebuilds the catalog and validates the open documents again.
     void setStoredSchemaFolders(const QStringList& folders);
+    // How rule sets are read: the command line's choice for this session, else the
+    // stored preference, else standard (XPath 2.0 and ISO Schematron).
+    Semantics semantics() const;
+    Semantics storedSemantics() const;
+    void setCommandLineSemantics(std::optional<Semantics> semantics);
+    // Remembers the folders and the profile, then validates the open documents again.
+    void setStoredPreferences(const QStringList& folders, Semantics semantics);
 
     QStringList recentFiles() const;
     void noteRecentFile(const QString& path);
@@ -53,10 +62,12 @@ signals:
 
 private:
     void rebuildValidator();
+    void revalidateOpenDocuments();
     void storeRecentFiles(const QStringList& files);
 
     QSettings* _settings;
     QStringList _commandLineFolders;
+    std::optional<Semantics> _commandLineSemantics;
     QStringList _sessionRecentFiles;  // used when there are no settings
     std::unique_ptr<QMSchematronValidator> _validator;
     QList<DocumentWindow*> _windows;

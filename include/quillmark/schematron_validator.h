@@ -168,10 +168,15 @@ private:
 };
 
 // ---- Convenience on a parsed document ----
+// In the compatible profile (the default) the document is serialized and validated
+// with a fresh validator, without resolving includes; in the standard profile the rule
+// set is compiled (a file with its includes, relative to the file) and run on the
+// document as it is.
 std::optional<QMValidationResult> validateWithSchematron(const xml::Document& document, const std::string& schemaText,
-                                                         Error* error);
+                                                         Error* error, Semantics semantics = Semantics::Compatible);
 std::optional<QMValidationResult> validateWithSchematronFile(const xml::Document& document,
-                                                             const std::string& schemaPath, Error* error);
+                                                             const std::string& schemaPath, Error* error,
+                                                             Semantics semantics = Semantics::Compatible);
 
 // ---- XSD validation of a document through libxml2 ----
 // Returns the schema file's base name whenever libxml2 could parse the document;

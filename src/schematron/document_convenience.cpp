@@ -1,6 +1,7 @@
-// Validation of a document the host already holds: the document is serialized (pretty
-// printed) and run through a fresh validator. The rule-set file's directory is not
-// passed on, so include elements are not resolved here.
+// Validation of a document the host already holds. In the compatible profile the
+// document is serialized (pretty printed) and run through a fresh validator, and the
+// rule-set file's directory is not passed on, so include elements are not resolved.
+// The standard profile runs the compiled rule set on the document itself.
 
 #include <optional>
 #include <string>
@@ -21,7 +22,7 @@ bool isValidUtf8(const std::string& bytes) {
 }  // namespace
 
 std::optional<QMValidationResult> validateWithSchematron(const xml::Document& document, const std::string& schemaText,
-                                                         Error* error) {
+                                                         Error* error, Semantics semantics) {
     std::string serialized = document.xmlString(true);
     if (serialized.empty()) {
         setError(error, kQuillmarkErrorDomain, 1, "Failed to serialize XML document");
@@ -32,14 +33,24 @@ std::optional<QMValidationResult> validateWithSchematron(const xml::Document& do
         return std::nullopt;
     }
     QMSchematronValidator validator;
+    validator.setSemantics(semantics);
     return validator.validateXMLWithSchema(serialized, schemaText, error);
 }
 
 std::optional<QMValidationResult> validateWithSchematronFile(const xml::Document& document,
-                                                             const std::string& schemaPath, Error* error) {
+                                                             const std::string& schemaPath, Error* error,
+                                                             Semantics semantics) {
+    switch (semantics) {
+    case Semantics::Standard: {
+        QMSchematronValidator validator;
+        validator.setSemantics(semantics);
+        return validator.validateDocumentWithSchemaFile(document, schemaPath, error);
+    }
+    case Semantics::Compatible: break;
+    }
     auto schemaText = xml::readTextFile(schemaPath, error);
     if (!schemaText) return std::nullopt;
-    return validateWithSchematron(document, *schemaText, error);
+    return validateWithSchematron(document, *schemaText, error, semantics);
 }
 
 }  // namespace quillmark

@@ -76,6 +76,12 @@ const std::map<std::string, std::string>& defaultStrings() {
         {"viewer.prefs.add", "&Add…"},
         {"viewer.prefs.remove", "&Remove"},
         {"viewer.prefs.choose", "Choose Schema Folder"},
+        {"viewer.prefs.semantics", "Rule evaluation"},
+        {"viewer.prefs.semantics.hint",
+         "Standard reads rule sets as XPath 2.0 and ISO Schematron, as the official validation tool chain "
+         "does. Compatible keeps the library's own documented dialect, which misses many EN 16931 rules."},
+        {"viewer.prefs.semantics.standard", "Standard (XPath 2.0, ISO Schematron)"},
+        {"viewer.prefs.semantics.compatible", "Compatible (the library's documented dialect)"},
     };
     return table;
 }

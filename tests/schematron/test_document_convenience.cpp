@@ -76,5 +76,29 @@ TEST_F(DocumentConvenienceFileTest, IncludesAreNotResolved) {
     EXPECT_EQ(error.domain, kFileDomain);
 }
 
+// The standard profile reads a union context as XPath 2.0 does (the compatible dialect's
+// union selects nothing) and resolves includes relative to the rule-set file.
+TEST_F(DocumentConvenienceFileTest, StandardProfileReadsXPath2AndResolvesIncludes) {
+    write("main.sch", schematronText(R"~(<ns prefix="o" uri="urn:order"/>
+  <pattern id="order"><rule context="/o:Order | /o:Invoice">
+    <assert id="BUYER" test="o:Buyer">a buyer</assert></rule></pattern>
+  <include href="lines.sch"/>)~"));
+    write("lines.sch", R"~(<pattern xmlns="http://purl.oclc.org/dsdl/schematron" id="lines">
+  <rule context="o:Line"><assert id="LINE-1" test="o:Quantity > 0">positive</assert></rule></pattern>)~");
+    const auto document = testing::parseXML(kOrderText);
+    Error error;
+    auto standard = validateWithSchematronFile(*document, path("main.sch"), &error, Semantics::Standard);
+    ASSERT_TRUE(standard) << error.message();
+    EXPECT_EQ(testing::ids(standard->errors), (Lines{"BUYER", "LINE-1"}));
+    // Rule-set text has no base path: its include cannot be found, and the rule set is
+    // refused rather than run in part.
+    EXPECT_FALSE(validateWithSchematron(*document, testing::readFile(path("main.sch")), &error, Semantics::Standard));
+    EXPECT_EQ(error.domain, kRuleSetDomain);
+    error.clear();
+    auto compatible = validateWithSchematronFile(*document, path("main.sch"), &error);
+    ASSERT_TRUE(compatible) << error.message();
+    EXPECT_EQ(testing::ids(compatible->errors), Lines{});
+}
+
 }  // namespace
 }  // namespace quillmark

@@ -25,6 +25,7 @@
 #include "document_window.h"
 #include "quillmark/log.h"
 #include "recent_files.h"
+#include "preferences_dialog.h"
 #include "result_sheet.h"
 #include "screenshot.h"
 #include "viewer_application.h"
@@ -255,6 +256,45 @@ TEST(SchemaFolders, PreferencesAreRememberedAndRevalidateOpenDocuments) {
     ViewerApplication later(files.settings.get(), {"/from/the/command/line"});
     EXPECT_EQ(later.storedSchemaFolders(), QStringList{files.rules()});
     EXPECT_EQ(later.schemaFolders(), (QStringList{"/from/the/command/line", files.rules()}));
+}
+
+// A rule whose context is a union: the standard profile reads it as XPath 2.0 does and
+// finds the missing identifier; the compatible dialect's union selects nothing.
+TEST(Semantics, StandardByDefaultChosenInThePreferencesAndOnTheCommandLine) {
+    testing::EnglishTexts english;
+    testing::TestFiles files;
+    QDir(files.dir.path()).mkdir("union");
+    files.write("union/union.sch", R"xml(<schema xmlns="http://purl.oclc.org/dsdl/schematron" queryBinding="xslt2">
+      <ns prefix="o" uri="urn:example:order"/>
+      <pattern><rule context="/o:Order | /o:Invoice"><assert id="U-01" test="o:Buyer">A buyer.</assert></rule>
+      </pattern></schema>)xml");
+    const QColor red("#FF3B30"), green("#34C759");
+    {
+        ViewerApplication application(files.settings.get(), {files.path("union")});
+        EXPECT_EQ(application.semantics(), Semantics::Standard);
+        EXPECT_EQ(application.validator().semantics(), Semantics::Standard);
+        QString error;
+        DocumentWindow* window = application.openFile(files.path("valid-order.xml"), nullptr, &error);
+        ASSERT_NE(window, nullptr) << error.toStdString();
+        EXPECT_EQ(dotColorShown(window->statusButton()), red);
+        application.setStoredPreferences({}, Semantics::Compatible);
+        EXPECT_EQ(application.validator().semantics(), Semantics::Compatible);
+        EXPECT_EQ(dotColorShown(window->statusButton()), green);
+    }
+    ViewerApplication later(files.settings.get(), {});
+    EXPECT_EQ(later.storedSemantics(), Semantics::Compatible);
+    later.setCommandLineSemantics(Semantics::Standard);
+    EXPECT_EQ(later.semantics(), Semantics::Standard);
+    EXPECT_EQ(later.storedSemantics(), Semantics::Compatible) << "the command line's choice is not remembered";
+}
+
+TEST(Semantics, PreferencesDialogOffersBothProfiles) {
+    testing::EnglishTexts english;
+    PreferencesDialog dialog({"/rules"}, Semantics::Compatible, nullptr);
+    EXPECT_EQ(dialog.semantics(), Semantics::Compatible);
+    dialog.setSemantics(Semantics::Standard);
+    EXPECT_EQ(dialog.semantics(), Semantics::Standard);
+    EXPECT_EQ(dialog.folders(), QStringList{"/rules"});
 }
 
 TEST_F(ViewerWindowTest, DroppedFilesOpen) {
