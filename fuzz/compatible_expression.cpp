@@ -9,8 +9,7 @@
 using namespace quillmark;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::limitProcessWideResources();
-    fuzz::smallInvoice();
+    fuzz::prepareProcess();
     return 0;
 }
 

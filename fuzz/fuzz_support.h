@@ -38,9 +38,10 @@ const xml::Document& smallInvoice();
 xpath::EvaluationLimits standardLimits();
 EvaluationLimits compatibleLimits();
 
-// Once per process: the evaluation limits above as the defaults of every compatible
-// run, and a small input size limit for every file the library reads (includes).
-void limitProcessWideResources();
+// Once per process, from LLVMFuzzerInitialize: the evaluation limits above as the
+// defaults of every compatible run, a small input size limit for every file the
+// library reads (includes), the library's log silenced, and the small invoice parsed.
+void prepareProcess();
 
 std::string inputText(const uint8_t* data, size_t size);
 

@@ -37,7 +37,7 @@ const standard::CompiledRuleSet& rulesFor(const xml::Document& document) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // The bundled rules are read before the input size limit shrinks.
     bundledRules();
-    fuzz::limitProcessWideResources();
+    fuzz::prepareProcess();
     return 0;
 }
 

@@ -38,8 +38,7 @@ void runStandard(const std::string& ruleSet) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::limitProcessWideResources();
-    fuzz::smallInvoice();
+    fuzz::prepareProcess();
     return 0;
 }
 

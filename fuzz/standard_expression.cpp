@@ -11,8 +11,7 @@ using namespace quillmark;
 using namespace quillmark::xpath;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::limitProcessWideResources();
-    fuzz::smallInvoice();
+    fuzz::prepareProcess();
     return 0;
 }
 

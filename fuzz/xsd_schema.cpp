@@ -32,8 +32,7 @@ void removeSchemaDirectory() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzz::limitProcessWideResources();
-    fuzz::smallInvoice();
+    fuzz::prepareProcess();
     schemaPath();
     std::atexit(removeSchemaDirectory);
     return 0;
