@@ -1,26 +1,51 @@
 #include "profile_options.h"
 
-#include <map>
 #include <string>
 
 #include "quillmark/evaluation_budget.h"
 
 namespace quillmark::cli {
 
+namespace {
+
+// A profile name in any case; CLI11 then reads the enum from its number.
+CLI::Validator profileName() {
+    return CLI::Validator(
+        [](std::string& value) -> std::string {
+            const std::optional<Semantics> semantics = semanticsNamed(CLI::detail::to_lower(value));
+            if (!semantics) return "use standard or compatible, not '" + value + "'";
+            value = std::to_string(static_cast<int>(*semantics));
+            return "";
+        },
+        "", "PROFILE");
+}
+
+// A positive number of seconds.
+CLI::Validator secondsValue() {
+    return CLI::Validator(
+        [](std::string& value) -> std::string {
+            double seconds = 0;
+            if (!CLI::detail::lexical_cast(value, seconds) || !(seconds > 0) || seconds > 1e6)
+                return "use a number of seconds greater than 0, not '" + value + "'";
+            return "";
+        },
+        "", "SECONDS");
+}
+
+}  // namespace
+
 void addProfileOptions(CLI::App& command, ProfileOptions& options) {
-    const std::map<std::string, Semantics> profiles{{"standard", Semantics::Standard},
-                                                    {"compatible", Semantics::Compatible}};
     command
         .add_option("--semantics", options.semantics,
                     "How rule sets and expressions are read: standard (XPath 2.0 and ISO Schematron, the "
                     "default) or compatible (the library's documented dialect)")
-        ->transform(CLI::CheckedTransformer(profiles, CLI::ignore_case))
+        ->transform(profileName())
         ->option_text("standard|compatible");
     command
         .add_option("--timeout", options.timeoutSeconds,
                     "Evaluation time allowed per document, in seconds (default 60); a document that needs "
                     "longer is not validated")
-        ->check(CLI::PositiveNumber)
+        ->check(secondsValue())
         ->option_text("SECONDS");
 }
 

@@ -55,7 +55,11 @@ StrictValidationReport QMSchematronValidator::validateDocumentStrictly(const xml
         Error error;
         std::optional<QMValidationResult> result;
         if (isXSD) {
-            if (auto schema = CompiledXSD::load(path, &error)) result = schema->validate(document, &error);
+            if (auto schema = CompiledXSD::load(path, &error)) {
+                // The standard profile reports XSD findings with their lines and paths.
+                result = _semantics == Semantics::Standard ? schema->validateLocated(document, nullptr, &error)
+                                                           : schema->validate(document, &error);
+            }
         } else {
             result = validateDocumentWithSchemaFile(document, path, &error);
         }

@@ -178,6 +178,8 @@ private:
         }
         const std::string ruleFlag = attributeOf(element, "flag").value_or("");
         const std::string ruleRole = attributeOf(element, "role").value_or("");
+        rule.flag = ruleFlag;
+        rule.role = ruleRole;
         // Lets are visible to what follows them in the rule.
         xpath::StaticContext statics = *ruleSet_->statics_;
         for (const xmlNode* child = element->children; child; child = child->next) {

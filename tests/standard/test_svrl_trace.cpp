@@ -125,7 +125,8 @@ TEST(SvrlTrace, NamesTheRuleSetAndItsNamespaces) {
     const std::string rules = isoRuleSet(
         "<title>Example   rules</title>"
         "<ns prefix='x' uri='urn:x'/><ns prefix='y' uri='urn:y'/>"
-        "<pattern id='p' name='Pattern name'><rule context='x:a' id='rule-a'><assert test='true()'/></rule></pattern>",
+        "<pattern id='p' name='Pattern name'><rule context='x:a' id='rule-a' role='totals' flag='fatal'>"
+        "<assert test='true()'/></rule></pattern>",
         "queryBinding='xslt2' schemaVersion='1.3.9'");
     const QMValidationResult result = tracedRun(rules, "<a xmlns='urn:x'/>");
     const QMRuleSetTrace& trace = onlyTrace(result);
@@ -138,6 +139,8 @@ TEST(SvrlTrace, NamesTheRuleSetAndItsNamespaces) {
     ASSERT_EQ(trace.rules.size(), 1u);
     EXPECT_EQ(trace.rules[0].id, "rule-a");
     EXPECT_EQ(trace.rules[0].context, "x:a");
+    EXPECT_EQ(trace.rules[0].role, "totals");
+    EXPECT_EQ(trace.rules[0].flag, "fatal");
 }
 
 // Only the active phase's patterns are reported as active.
