@@ -204,7 +204,8 @@ int runValidate(const ValidateOptions& options) {
         std::cerr << "quillmark validate: --explain needs the standard profile; issues are reported without "
                      "explanations\n";
     }
-    ValidationSchemas schemas(ValidationSettings{options.profile.semantics, options.phase, limits, options.explain});
+    ValidationSchemas schemas(ValidationSettings{options.profile.semantics, options.phase, limits, options.explain,
+                                                 format == OutputFormat::Svrl});
     if (!loadSchemas(options, schemas)) return kExitFailure;
     int status = kExitOk;
     for (const std::string& folder : inputs.emptyFolders) {

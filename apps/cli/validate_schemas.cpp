@@ -31,7 +31,7 @@ ValidationSchemas::ValidationSchemas(const ValidationSettings& settings)
     // Every run is traced, whatever the format: the trace, which SVRL reports are written
     // from, costs a small record per node a rule handles and a copy of each issue.
     : runner_(settings.semantics, standard::LoadOptions{settings.phase},
-              standard::RunOptions{.limits = settings.limits, .explain = settings.explain, .trace = true}) {
+              standard::RunOptions{.limits = settings.limits, .explain = settings.explain, .trace = settings.trace}) {
     catalog_.setSemantics(settings.semantics);
     catalog_.setPhase(settings.phase);
 }

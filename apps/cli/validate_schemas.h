@@ -32,6 +32,7 @@ struct ValidationSettings {
     std::optional<std::string> phase;
     xpath::EvaluationLimits limits;
     bool explain = false;  // standard profile: issues carry the values that made their tests fail
+    bool trace = false;    // standard profile: record patterns and fired rules, for SVRL reports
 };
 
 class ValidationSchemas {
