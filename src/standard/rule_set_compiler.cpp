@@ -11,6 +11,7 @@
 #include "standard/rule_set_error.h"
 #include "standard/schematron_names.h"
 #include "xpath/error.h"
+#include "xpath/xml_text.h"
 #include "xpath/xslt_functions.h"
 
 namespace quillmark::standard {
@@ -28,18 +29,7 @@ std::string normalizedText(const xmlNode* node) {
     xmlChar* content = xmlNodeGetContent(node);
     std::string text = content ? reinterpret_cast<const char*>(content) : "";
     xmlFree(content);
-    std::string out;
-    bool space = false;
-    for (char c : text) {
-        if (c == ' ' || c == '\t' || c == '\n' || c == '\r') {
-            space = !out.empty();
-            continue;
-        }
-        if (space) out += ' ';
-        space = false;
-        out += c;
-    }
-    return out;
+    return xpath::collapseXmlWhiteSpace(text);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "xpath/axes.h"
 #include "xpath/error.h"
 #include "xpath/sequence_operations.h"
+#include "xpath/xml_text.h"
 
 namespace quillmark::standard {
 namespace {
@@ -27,21 +28,6 @@ using xpath::Sequence;
 using xpath::XPathError;
 
 Item itemOf(const xmlNode* node) { return Item(xml::Node(const_cast<xmlNode*>(node))); }
-
-std::string collapseWhitespace(const std::string& text) {
-    std::string out;
-    bool space = false;
-    for (char c : text) {
-        if (c == ' ' || c == '\t' || c == '\n' || c == '\r') {
-            space = !out.empty();
-            continue;
-        }
-        if (space) out += ' ';
-        space = false;
-        out += c;
-    }
-    return out;
-}
 
 // A computation of a variable's value from a fixed node, for DynamicContext::defineGlobal.
 std::function<Sequence(DynamicContext&)> valueFrom(const xpath::CompiledExpression* expression, const xmlNode* node) {
@@ -182,7 +168,7 @@ private:
             case CompiledMessage::PartKind::Name: text += nameFor(part, node); break;
             }
         }
-        return collapseWhitespace(text);
+        return xpath::collapseXmlWhiteSpace(text);
     }
 
     // An error in a message's expression, told apart from one in the test.
