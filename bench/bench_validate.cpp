@@ -29,6 +29,15 @@ std::string readFile(const std::string& path) {
     return text.str();
 }
 
+// The texts of the official UBL unit-test invoices.
+std::vector<std::string> readUnitTestInvoices() {
+    std::vector<std::string> invoices;
+    for (const auto& entry : std::filesystem::directory_iterator(kCorpus + "/en16931/cases/ubl-invoice")) {
+        invoices.push_back(readFile(entry.path().string()));
+    }
+    return invoices;
+}
+
 std::shared_ptr<quillmark::SchematronSchema> loadRules(QMSchematronValidator& validator, benchmark::State& state) {
     quillmark::Error error;
     auto schema = validator.loadSchemaFile(kRules, &error);
@@ -63,10 +72,7 @@ void BM_ValidateUnitTestInvoices(benchmark::State& state) {
     QMSchematronValidator validator;
     auto schema = loadRules(validator, state);
     if (!schema) return;
-    std::vector<std::string> invoices;
-    for (const auto& entry : std::filesystem::directory_iterator(kCorpus + "/en16931/cases/ubl-invoice")) {
-        invoices.push_back(readFile(entry.path().string()));
-    }
+    const std::vector<std::string> invoices = readUnitTestInvoices();
     for (auto _ : state) {
         for (const auto& invoice : invoices) {
             auto document = quillmark::xml::Document::parse(invoice, nullptr);
@@ -117,10 +123,7 @@ BENCHMARK(BM_StandardCompileRules)->Unit(benchmark::kMillisecond);
 void BM_StandardValidateUnitTestInvoices(benchmark::State& state) {
     QMSchematronValidator validator;
     if (!compileStandardRules(validator, state)) return;
-    std::vector<std::string> invoices;
-    for (const auto& entry : std::filesystem::directory_iterator(kCorpus + "/en16931/cases/ubl-invoice")) {
-        invoices.push_back(readFile(entry.path().string()));
-    }
+    const std::vector<std::string> invoices = readUnitTestInvoices();
     for (auto _ : state) {
         for (const auto& invoice : invoices) {
             auto document = quillmark::xml::Document::parse(invoice, nullptr);
