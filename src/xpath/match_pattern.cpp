@@ -68,7 +68,7 @@ MatchPattern& MatchPattern::operator=(MatchPattern&&) noexcept = default;
 bool MatchPattern::matches(const xmlNode* node, DynamicContext& context) const {
     if (evaluatedWhole_) return matchesByEvaluation(node, context);
     FrameScope frame(context, expression_.frameSize());
-    UpwardMatcher matcher(context);
+    UpwardMatcher matcher(context, StepReading::Pattern);
     return matcher.match(expression_.root(), node, [](const xmlNode*) { return true; });
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 // XSLT match patterns, as Schematron rule contexts are: a node matches when it is among
-// the nodes the pattern selects from some node of its tree. Paths of child, attribute,
-// descendant and self steps, unions, and the parenthesised forms (A | B)[p] and
-// (A | B)/step are matched from the node upwards: only the node and its ancestors are
-// looked at. Any other pattern is evaluated over the whole document once and the nodes
+// the nodes the pattern selects from some node of its tree; a leading document-node()
+// test matches the document node itself. Paths of child, attribute, descendant and self
+// steps, unions, and the parenthesised forms (A | B)[p] and (A | B)/step are matched
+// from the node upwards: only the node and its ancestors are looked at. Any other pattern is evaluated over the whole document once and the nodes
 // it selects are remembered for the document.
 
 #include <libxml/tree.h>

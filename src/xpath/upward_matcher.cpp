@@ -53,22 +53,47 @@ bool isUpwardMatchable(const Expression& expression) {
 }
 
 bool UpwardMatcher::match(const Expression& expression, const xmlNode* node, const OriginTest& origin) {
-    if (const auto* step = expressionAs<AxisStep>(expression)) return matchStep(*step, node, origin);
-    if (expressionAs<RootExpression>(expression)) return nodeKind(node) == NodeKind::Document;
-    if (const auto* set = expressionAs<SetExpression>(expression)) {
-        return match(set->left(), node, origin) || match(set->right(), node, origin);
-    }
-    if (const auto* path = expressionAs<PathExpression>(expression)) {
-        return matchSteps(path->steps(), path->steps().size() - 1, node, origin);
-    }
-    const auto& filter = *expressionAs<FilterExpression>(expression);
-    return match(filter.primary(), node, origin) && filter.predicates().acceptsAlone(context_, itemOf(node));
+    return matchExpression(expression, node, origin, true);
 }
 
-bool UpwardMatcher::matchSteps(const ExpressionList& steps, size_t index, const xmlNode* node, const OriginTest& origin) {
-    if (index == 0) return match(*steps[0], node, origin);
-    return match(*steps[index], node,
-                 [&](const xmlNode* from) { return matchSteps(steps, index - 1, from, origin); });
+// `leading`: the expression starts the whole path (its first step or a branch of it).
+bool UpwardMatcher::matchExpression(const Expression& expression, const xmlNode* node, const OriginTest& origin,
+                                    bool leading) {
+    if (const auto* step = expressionAs<AxisStep>(expression)) {
+        if (leading && readsAsDocumentNode(*step)) return matchDocumentNode(*step, node, origin);
+        return matchStep(*step, node, origin);
+    }
+    if (expressionAs<RootExpression>(expression)) return nodeKind(node) == NodeKind::Document;
+    if (const auto* set = expressionAs<SetExpression>(expression)) {
+        return matchExpression(set->left(), node, origin, leading) || matchExpression(set->right(), node, origin, leading);
+    }
+    if (const auto* path = expressionAs<PathExpression>(expression)) {
+        return matchSteps(path->steps(), path->steps().size() - 1, node, origin, leading);
+    }
+    const auto& filter = *expressionAs<FilterExpression>(expression);
+    return matchExpression(filter.primary(), node, origin, leading) &&
+           filter.predicates().acceptsAlone(context_, itemOf(node));
+}
+
+bool UpwardMatcher::matchSteps(const ExpressionList& steps, size_t index, const xmlNode* node, const OriginTest& origin,
+                               bool leading) {
+    if (index == 0) return matchExpression(*steps[0], node, origin, leading);
+    return matchExpression(
+        *steps[index], node, [&](const xmlNode* from) { return matchSteps(steps, index - 1, from, origin, leading); },
+        false);
+}
+
+bool UpwardMatcher::readsAsDocumentNode(const AxisStep& step) const {
+    switch (reading_) {
+    case StepReading::Expression: return false;
+    case StepReading::Pattern: return step.axis() == Axis::Child && step.test().kind == ItemTypeKind::Document;
+    }
+    return false;
+}
+
+// The step selects the document node alone: its predicates see position 1 of 1.
+bool UpwardMatcher::matchDocumentNode(const AxisStep& step, const xmlNode* node, const OriginTest& origin) {
+    return step.test().matches(node) && step.predicates().acceptsAlone(context_, itemOf(node)) && origin(node);
 }
 
 // True when the step taken from `from` selects `node`.

@@ -21,6 +21,11 @@ class Expression;
 // What must hold of the node a step was taken from.
 using OriginTest = std::function<bool(const xmlNode* origin)>;
 
+// How a leading child step whose test is document-node() reads: in an expression it
+// selects nothing (a document node is nobody's child); in an XSLT 2.0 match pattern
+// (document-node(), document-node(element(a))/a) it matches the document node itself.
+enum class StepReading { Expression, Pattern };
+
 // True when the expression is made of what can be matched upwards: child, attribute,
 // self and descendant steps, the root, unions, and filters and predicates that do not
 // select by position.
@@ -28,19 +33,25 @@ bool isUpwardMatchable(const Expression& expression);
 
 class UpwardMatcher {
 public:
-    explicit UpwardMatcher(DynamicContext& context) : context_(context) {}
+    explicit UpwardMatcher(DynamicContext& context, StepReading reading = StepReading::Expression)
+        : context_(context), reading_(reading) {}
 
     // True when `node` is among what `expression` (upward matchable) selects from some
     // origin that passes `origin`. Dynamic errors of predicates propagate.
     bool match(const Expression& expression, const xmlNode* node, const OriginTest& origin);
 
 private:
+    bool matchExpression(const Expression& expression, const xmlNode* node, const OriginTest& origin, bool leading);
     bool matchSteps(const std::vector<std::unique_ptr<Expression>>& steps, size_t index, const xmlNode* node,
-                    const OriginTest& origin);
+                    const OriginTest& origin, bool leading);
     bool selects(const class AxisStep& step, const xmlNode* from, const xmlNode* node);
     bool matchStep(const class AxisStep& step, const xmlNode* node, const OriginTest& origin);
 
+    bool readsAsDocumentNode(const class AxisStep& step) const;
+    bool matchDocumentNode(const class AxisStep& step, const xmlNode* node, const OriginTest& origin);
+
     DynamicContext& context_;
+    StepReading reading_;
 };
 
 }  // namespace quillmark::xpath

@@ -93,13 +93,23 @@ INSTANTIATE_TEST_SUITE_P(
         ContextCase{"b[@x = $wanted]", {"/a[1]/b[2]"}},
         ContextCase{"b[some $v in ('one', 'two') satisfies . = $v]", {"/a[1]/b[1]"}},
         ContextCase{"b[not(ancestor::e)][. = '']", {"/a[1]/b[2]"}},
-        ContextCase{"*[count(b) = 2]", {"/a[1]"}}),
+        ContextCase{"*[count(b) = 2]", {"/a[1]"}},
+        // A leading document-node() test is the document node; elsewhere it matches
+        // nothing, as a document node is nobody's child.
+        ContextCase{"document-node(element(b))", {}},
+        ContextCase{"document-node()/a", {"/a[1]"}},
+        ContextCase{"document-node(element(a))/*[@x]", {"/a[1]"}},
+        ContextCase{"document-node(element(a))/b", {}},
+        ContextCase{"document-node()[1]", {"/"}},
+        ContextCase{"document-node()[a/@x]", {"/"}},
+        ContextCase{"/document-node()", {}},
+        ContextCase{"a/document-node()", {}},
+        ContextCase{"document-node() | b[@x]", {"/", "/a[1]/b[2]"}}),
     [](const auto& info) { return "Case" + std::to_string(info.index); });
 
-// The reference processor matches the document node with document-node() (and with
-// document-node(element(a)) when a is the root element); today such a context is taken
-// as a child step and matches nothing.
-TEST(StandardRuleContexts, DISABLED_DocumentNodeTestsMatchTheDocumentNode) {
+// A pattern's leading document-node() test matches the document node (with
+// document-node(element(a)) when a is the root element).
+TEST(StandardRuleContexts, DocumentNodeTestsMatchTheDocumentNode) {
     for (const std::string context : {"document-node()", "document-node(element(a))"}) {
         const auto rules = testing::compileRuleSet(withDeclarations("<pattern>" + reportingRule(context) + "</pattern>"));
         EXPECT_EQ(firings(runOn(*rules, kDocument)), (std::vector<std::string>{"hit@/"})) << context;
