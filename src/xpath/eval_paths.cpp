@@ -33,15 +33,7 @@ bool nameMatches(const NodeTest& test, const xmlNode* node) {
 // A predicate whose value is one number selects by position.
 bool acceptsItem(const Expression& predicate, DynamicContext& context) {
     if (predicate.yieldsBoolean()) return predicate.effectiveBooleanValue(context);
-    const Sequence value = predicate.evaluate(context);
-    if (value.size() == 1 && value.front().isAtomic() && isNumericType(value.front().atomic().type())) {
-        const AtomicValue& number = value.front().atomic();
-        const double position = static_cast<double>(context.focus.position);
-        if (number.type() == AtomicType::Double) return number.doubleValue() == position;
-        if (number.type() == AtomicType::Float) return number.floatValue() == static_cast<float>(position);
-        return number.decimalValue() == Decimal::fromInt64(static_cast<int64_t>(context.focus.position));
-    }
-    return effectiveBooleanValue(value);
+    return PredicateList::keeps(predicate.evaluate(context), [&context] { return context.focus.position; });
 }
 
 // A literal integer predicate ([1], [3]) picks one item without evaluating anything.
@@ -145,8 +137,23 @@ void PredicateList::apply(DynamicContext& context, Sequence& items) const {
 
 PredicateList::PredicateList(ExpressionList predicates) : predicates_(std::move(predicates)) {
     for (const ExpressionPtr& predicate : predicates_) {
-        if (!(predicate->yieldsBoolean() || predicate->yieldsNodesOnly()) || predicate->usesPosition()) anyPositional_ = true;
+        if (selectsByPosition(*predicate)) anyPositional_ = true;
     }
+}
+
+bool PredicateList::selectsByPosition(const Expression& predicate) {
+    return !(predicate.yieldsBoolean() || predicate.yieldsNodesOnly()) || predicate.usesPosition();
+}
+
+bool PredicateList::keeps(const Sequence& value, const std::function<size_t()>& position) {
+    if (value.size() != 1 || !value.front().isAtomic() || !isNumericType(value.front().atomic().type())) {
+        return effectiveBooleanValue(value);
+    }
+    const AtomicValue& number = value.front().atomic();
+    const size_t place = position();
+    if (number.type() == AtomicType::Double) return number.doubleValue() == static_cast<double>(place);
+    if (number.type() == AtomicType::Float) return number.floatValue() == static_cast<float>(place);
+    return number.decimalValue() == Decimal::fromInt64(static_cast<int64_t>(place));
 }
 
 bool PredicateList::acceptsAlone(DynamicContext& context, const Item& item) const {

@@ -6,6 +6,7 @@
 
 #include <libxml/tree.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -438,6 +439,14 @@ public:
     // True when every predicate accepts `item` taken alone (for predicates that do not
     // select by position).
     bool acceptsAlone(DynamicContext& context, const Item& item) const;
+    // The predicates in order, for evaluating them for one node (see UpwardMatcher).
+    const ExpressionList& expressions() const { return predicates_; }
+    // True when `predicate` may select by position: its value may be a number, or it
+    // reads position() or last().
+    static bool selectsByPosition(const Expression& predicate);
+    // True when a predicate's `value` keeps its item: one number equal to the item's
+    // position (`position` is called only then), or else an effective boolean value of true.
+    static bool keeps(const Sequence& value, const std::function<size_t()>& position);
 
 private:
     ExpressionList predicates_;

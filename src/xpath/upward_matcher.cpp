@@ -1,5 +1,8 @@
 #include "xpath/upward_matcher.h"
 
+#include <optional>
+
+#include "xpath/axes.h"
 #include "xpath/node_access.h"
 #include "xpath/syntax_tree.h"
 
@@ -33,6 +36,68 @@ bool matchableStep(const AxisStep& step) {
 }
 
 }  // namespace
+
+// ---- A node's place among what a step selects -------------------------------------
+
+// Where a node stands among the nodes a step selects from `from` before its predicates
+// (its siblings that pass the step's node test): the focus position and size its
+// predicates see. Each is counted on first use, walking only the node's siblings.
+class StepPlace {
+public:
+    StepPlace(DynamicContext& context, const AxisStep& step, const xmlNode* from, const xmlNode* node);
+    size_t position();
+    size_t size();
+
+private:
+    enum class Side { Before, After };
+    size_t countPassing(Side side);
+
+    DynamicContext& context_;
+    const AxisStep& step_;
+    const xmlNode* from_;
+    const xmlNode* node_;
+    std::optional<size_t> position_;
+    std::optional<size_t> size_;
+};
+
+StepPlace::StepPlace(DynamicContext& context, const AxisStep& step, const xmlNode* from, const xmlNode* node)
+    : context_(context), step_(step), from_(from), node_(node) {}
+
+size_t StepPlace::position() {
+    if (!position_) position_ = from_ == node_ ? 1 : 1 + countPassing(Side::Before);
+    return *position_;
+}
+
+size_t StepPlace::size() {
+    if (!size_) size_ = from_ == node_ ? 1 : position() + countPassing(Side::After);
+    return *size_;
+}
+
+// The nodes of the step's axis on one side of the node that pass the step's node test:
+// siblings for a child step, the owner's other attributes for an attribute step.
+size_t StepPlace::countPassing(Side side) {
+    size_t count = 0;
+    auto offer = [&](const xmlNode* sibling) {
+        context_.budget().charge();
+        if (step_.test().matches(sibling)) ++count;
+    };
+    if (nodeKind(node_) != NodeKind::Attribute) {
+        switch (side) {
+        case Side::Before: axes::precedingSiblings(node_, offer); break;
+        case Side::After: axes::followingSiblings(node_, offer); break;
+        }
+        return count;
+    }
+    bool before = true;
+    axes::attributes(from_, [&](const xmlNode* attribute) {
+        if (attribute == node_) {
+            before = false;
+            return;
+        }
+        if (before == (side == Side::Before)) offer(attribute);
+    });
+    return count;
+}
 
 bool isUpwardMatchable(const Expression& expression) {
     if (const auto* step = expressionAs<AxisStep>(expression)) return matchableStep(*step);
@@ -101,6 +166,35 @@ bool UpwardMatcher::selects(const AxisStep& step, const xmlNode* from, const xml
     if (!step.test().matches(node)) return false;
     if (step.predicates().empty()) return true;
     if (!step.predicates().anyPositional()) return step.predicates().acceptsAlone(context_, itemOf(node));
+    return acceptsInPlace(step, from, node);
+}
+
+// Predicates that may select by position, evaluated for `node` alone (as the reference
+// processor does): the first one sees the node's place among what the step selects from
+// `from` before any predicate. A later one counts among the nodes the earlier predicates
+// kept, so then the step is evaluated from `from` after all.
+bool UpwardMatcher::acceptsInPlace(const AxisStep& step, const xmlNode* from, const xmlNode* node) {
+    const Item item = itemOf(node);
+    StepPlace place(context_, step, from, node);
+    const ExpressionList& predicates = step.predicates().expressions();
+    for (size_t index = 0; index < predicates.size(); ++index) {
+        const Expression& predicate = *predicates[index];
+        if (index > 0 && PredicateList::selectsByPosition(predicate)) return selectedFrom(step, from, node);
+        if (!accepts(predicate, item, place)) return false;
+    }
+    return true;
+}
+
+// The focus is set from the node's place only when the predicate reads it; a number it
+// yields otherwise is compared with the position, counted then.
+bool UpwardMatcher::accepts(const Expression& predicate, const Item& item, StepPlace& place) {
+    const bool readsFocus = predicate.usesPosition();
+    FocusScope focus(context_, &item, readsFocus ? place.position() : 1, readsFocus ? place.size() : 1);
+    if (predicate.yieldsBoolean()) return predicate.effectiveBooleanValue(context_);
+    return PredicateList::keeps(predicate.evaluate(context_), [&place] { return place.position(); });
+}
+
+bool UpwardMatcher::selectedFrom(const AxisStep& step, const xmlNode* from, const xmlNode* node) {
     Sequence selected;
     step.collect(context_, from, selected);
     for (const Item& item : selected) {

@@ -26,10 +26,12 @@ using OriginTest = std::function<bool(const xmlNode* origin)>;
 // (document-node(), document-node(element(a))/a) it matches the document node itself.
 enum class StepReading { Expression, Pattern };
 
-// True when the expression is made of what can be matched upwards: child, attribute,
-// self and descendant steps, the root, unions, and filters and predicates that do not
-// select by position.
+// True when the expression is made of what can be matched upwards: child, attribute and
+// self steps, descendant steps and filters whose predicates do not select by position,
+// the root, and unions.
 bool isUpwardMatchable(const Expression& expression);
+
+class StepPlace;  // a node's place among what a step selects, see upward_matcher.cpp
 
 class UpwardMatcher {
 public:
@@ -45,6 +47,9 @@ private:
     bool matchSteps(const std::vector<std::unique_ptr<Expression>>& steps, size_t index, const xmlNode* node,
                     const OriginTest& origin, bool leading);
     bool selects(const class AxisStep& step, const xmlNode* from, const xmlNode* node);
+    bool acceptsInPlace(const class AxisStep& step, const xmlNode* from, const xmlNode* node);
+    bool accepts(const Expression& predicate, const Item& item, StepPlace& place);
+    bool selectedFrom(const class AxisStep& step, const xmlNode* from, const xmlNode* node);
     bool matchStep(const class AxisStep& step, const xmlNode* node, const OriginTest& origin);
 
     bool readsAsDocumentNode(const class AxisStep& step) const;

@@ -94,6 +94,19 @@ INSTANTIATE_TEST_SUITE_P(
         ContextCase{"b[some $v in ('one', 'two') satisfies . = $v]", {"/a[1]/b[1]"}},
         ContextCase{"b[not(ancestor::e)][. = '']", {"/a[1]/b[2]"}},
         ContextCase{"*[count(b) = 2]", {"/a[1]"}},
+        // A predicate that may select by position sees the node's place among the
+        // siblings that pass the step's test, and a number it yields is that place.
+        ContextCase{"*[2]", {"/a[1]/b[2]"}},
+        ContextCase{"node()[2]", {"/a[1]/b[2]"}},
+        ContextCase{"text()[1]", {"/a[1]/b[1]/text()[1]"}},
+        ContextCase{"@*[1]", {"/a[1]/@x", "/a[1]/b[2]/@x", "/a[1]/e[1]/@q:y"}},
+        ContextCase{"b[number(@x)]", {"/a[1]/b[2]"}},
+        ContextCase{"b[count(../b)]", {"/a[1]/b[2]", "/a[1]/e[1]/b[1]"}},
+        ContextCase{"b[last() - 1]", {"/a[1]/b[1]"}},
+        ContextCase{"b[position() = last()]", {"/a[1]/b[2]", "/a[1]/e[1]/b[1]"}},
+        ContextCase{"b[1][@x]", {}},
+        // After a filter, positions count among the siblings it kept.
+        ContextCase{"b[@x][1]", {"/a[1]/b[2]"}},
         // A leading document-node() test is the document node; elsewhere it matches
         // nothing, as a document node is nobody's child.
         ContextCase{"document-node(element(b))", {}},
