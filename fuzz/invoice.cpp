@@ -12,8 +12,6 @@ using namespace quillmark;
 
 namespace {
 
-constexpr const char* kCrossIndustryNamespace = "urn:un:unece:uncefact:data:standard:CrossIndustryInvoice:100";
-
 struct BundledRules {
     std::shared_ptr<const standard::CompiledRuleSet> ubl;
     std::shared_ptr<const standard::CompiledRuleSet> cii;
@@ -28,7 +26,7 @@ const BundledRules& bundledRules() {
 
 const standard::CompiledRuleSet& rulesFor(const xml::Document& document) {
     const xml::Node root = document.rootElement();
-    const bool cii = root && root.namespaceURI() == kCrossIndustryNamespace;
+    const bool cii = root && root.namespaceURI() == fuzz::invoicePrefixes().at("rsm");
     return cii ? *bundledRules().cii : *bundledRules().ubl;
 }
 
