@@ -12,8 +12,6 @@ void insertOrdered(std::vector<uint32_t>& rules, uint32_t rule) {
     if (position == rules.end() || *position != rule) rules.insert(position, rule);
 }
 
-const std::vector<uint32_t> kNoRules;
-
 }  // namespace
 
 RuleIndex::ByKind& RuleIndex::slot(xpath::NodeKind kind) {

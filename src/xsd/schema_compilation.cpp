@@ -2,8 +2,10 @@
 
 #include <libxml/uri.h>
 #include <libxml/xmlIO.h>
+#include <libxml/xmlschemastypes.h>
 
 #include <deque>
+#include <mutex>
 
 #include "quillmark/xml.h"
 #include "xml/libxml_support.h"
@@ -99,6 +101,10 @@ void ReportCollector::receive(void* collector, xml::detail::LibxmlErrorArg error
 }
 
 SchemaHandle compileSchemaFile(const std::string& path, std::string& failure) {
+    // libxml2 builds its table of built-in types lazily and without a lock: two schemas
+    // compiled at once on two threads would both build it, and one table would leak.
+    static std::once_flag builtInTypes;
+    std::call_once(builtInTypes, [] { xmlSchemaInitTypes(); });
     std::optional<ResourceFiles> files = readSchemaFiles(path, failure);
     if (!files) return nullptr;
     ReportCollector reports;
